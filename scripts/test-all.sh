@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds qorSupport and runs the whole test suite:
+# the CI build (warnings are errors) and the AddressSanitizer +
+# UndefinedBehaviorSanitizer build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh
+jobs=$(nproc)
+
+for preset in ci asan; do
+  echo "== build: $preset"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j "$jobs"
+  echo "== test: $preset"
+  ctest --preset "$preset" -j "$jobs"
+done

@@ -1,0 +1,85 @@
+#include "testing/test_util.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+extern char** environ;
+
+namespace qor::testing {
+
+TempDir::TempDir() {
+  std::filesystem::path base = std::filesystem::temp_directory_path();
+  std::random_device rd;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    std::filesystem::path candidate = base / ("qor-test-" + std::to_string(rd()));
+    if (std::filesystem::create_directory(candidate)) {
+      path_ = candidate;
+      return;
+    }
+  }
+  throw std::runtime_error("cannot create a temporary folder");
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  // Make read-only folders removable again.
+  for (auto it = std::filesystem::recursive_directory_iterator(path_, ec);
+       it != std::filesystem::recursive_directory_iterator(); it.increment(ec)) {
+    std::filesystem::permissions(it->path(), std::filesystem::perms::owner_all,
+                                 std::filesystem::perm_options::add, ec);
+  }
+  std::filesystem::remove_all(path_, ec);
+}
+
+std::string TempDir::File(const std::string& name) const { return (path_ / name).string(); }
+
+ScriptedUi::ScriptedUi() : backend_(std::make_shared<ui::ScriptedBackend>()), scope_(backend_) {}
+
+std::string QorBinary() {
+  const char* bin = std::getenv("QOR_BIN");
+  return bin ? bin : "qor";
+}
+
+std::filesystem::path SharedDir() {
+  const char* dir = std::getenv("QOR_SHARED_DIR");
+  return dir ? std::filesystem::path(dir) : std::filesystem::path("../shared");
+}
+
+RunResult RunProgram(const std::vector<std::string>& argv, const std::string& input) {
+  TempDir dir;
+  std::string in_path = dir.File("in"), out_path = dir.File("out"), err_path = dir.File("err");
+  { std::ofstream(in_path, std::ios::binary) << input; }
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, in_path.c_str(), O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                   0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                   0600);
+  std::vector<char*> args;
+  for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+  pid_t pid;
+  RunResult result;
+  int rc = posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) return result;
+  int status = 0;
+  waitpid(pid, &status, 0);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  std::stringstream out, err;
+  out << std::ifstream(out_path, std::ios::binary).rdbuf();
+  err << std::ifstream(err_path, std::ios::binary).rdbuf();
+  result.out = out.str();
+  result.err = err.str();
+  return result;
+}
+
+}  // namespace qor::testing

@@ -1,0 +1,66 @@
+// Helpers for the tests: temporary folders that clean up after themselves,
+// a scripted dialog backend installed for the length of a test, and the
+// locations of the qor program and the shared test data.
+
+#ifndef QOR_TESTING_TEST_UTIL_H_
+#define QOR_TESTING_TEST_UTIL_H_
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ui/backend.h"
+#include "ui/scripted.h"
+
+namespace qor::testing {
+
+// A fresh folder under the system's temporary folder, removed with
+// everything in it when the object goes.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  // path() / name, as a string.
+  std::string File(const std::string& name) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Installs a scripted backend as the current one until destroyed.
+class ScriptedUi {
+ public:
+  ScriptedUi();
+  ScriptedUi(const ScriptedUi&) = delete;
+  ScriptedUi& operator=(const ScriptedUi&) = delete;
+
+  ui::ScriptedBackend& operator*() { return *backend_; }
+  ui::ScriptedBackend* operator->() { return backend_.get(); }
+
+ private:
+  std::shared_ptr<ui::ScriptedBackend> backend_;
+  ui::ScopedBackend scope_;
+};
+
+// The qor program built with the tests (QOR_BIN).
+std::string QorBinary();
+// The shared folder with the test data (QOR_SHARED_DIR).
+std::filesystem::path SharedDir();
+
+// Runs a program with the given standard input, returning its exit status
+// and standard output.
+struct RunResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+RunResult RunProgram(const std::vector<std::string>& argv, const std::string& input);
+
+}  // namespace qor::testing
+
+#endif  // QOR_TESTING_TEST_UTIL_H_

@@ -1,0 +1,35 @@
+// The subcommands of the qor program.
+//
+// Each subcommand is one entry in the table of Commands(): its name, a one
+// line summary for `qor --help`, its own usage text, and the function that
+// runs it. A subcommand returns the process's exit status: 0 on success,
+// 1 when the work failed, 2 for a usage error.
+
+#ifndef QOR_TOOLS_QOR_COMMAND_H_
+#define QOR_TOOLS_QOR_COMMAND_H_
+
+#include <string>
+#include <vector>
+
+namespace qor::tool {
+
+struct Command {
+  const char* name;
+  const char* summary;
+  const char* usage;
+  int (*run)(const std::vector<std::string>& args);
+};
+
+const std::vector<Command>& Commands();
+
+// Prints "qor <name>: <message>" and the usage hint to stderr; returns 2.
+int UsageError(const Command& command, const std::string& message);
+// Whether args ask for help (-h or --help).
+bool WantsHelp(const std::vector<std::string>& args);
+
+int RunAutomation(const std::vector<std::string>& args);
+int RunDemo(const std::vector<std::string>& args);
+
+}  // namespace qor::tool
+
+#endif  // QOR_TOOLS_QOR_COMMAND_H_
