@@ -192,6 +192,10 @@ void RegisterAllClasses(Registry& registry) {
   RegisterFrameClasses(registry);
   RegisterDialogClasses(registry);
   RegisterProcsClasses(registry);
+  RegisterEngineClasses(registry);
+  RegisterDbClasses(registry);
+  RegisterRegistryClasses(registry);
+  RegisterShellClasses(registry);
 }
 
 }  // namespace qor::automation

@@ -217,6 +217,10 @@ void RegisterAllClasses(Registry& registry);
 void RegisterFrameClasses(Registry& registry);
 void RegisterDialogClasses(Registry& registry);
 void RegisterProcsClasses(Registry& registry);
+void RegisterEngineClasses(Registry& registry);
+void RegisterDbClasses(Registry& registry);
+void RegisterRegistryClasses(Registry& registry);
+void RegisterShellClasses(Registry& registry);
 
 // The object that stands for the module of shared procedures.
 class GlobalsModule : public Object {
