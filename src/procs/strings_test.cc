@@ -7,18 +7,10 @@
 #include "frame/error.h"
 #include "frame/vb_date.h"
 #include "procs/procs.h"
+#include "testing/test_util.h"
 
 namespace qor {
 namespace {
-
-int ErrorOf(auto&& fn) {
-  try {
-    fn();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 Variant ArrayOf(std::vector<Variant> values, int32_t lower = 0) {
   Array array(VarType::kVariant, {{lower, lower + static_cast<int32_t>(values.size()) - 1}});
@@ -61,7 +53,7 @@ TEST(ProcsSort, BoundsLimitTheSortedRange) {
   p.QuickSort(a, false, 4);  // to the upper bound
   EXPECT_EQ(Elements(a),
             (std::vector<Variant>{Long(9), Long(7), Long(6), Long(4), Long(5), Long(8)}));
-  EXPECT_EQ(ErrorOf([&] { p.QuickSort(a, false, 0, 6); }), err::kSubscript);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.QuickSort(a, false, 0, 6); }), err::kSubscript);
 }
 
 TEST(ProcsSort, LargeInputsAgreeWithTheStandardSort) {
@@ -89,9 +81,9 @@ TEST(ProcsSort, LargeInputsAgreeWithTheStandardSort) {
 TEST(ProcsSort, RejectsWhatIsNotAListOfValues) {
   qorProcs p;
   Variant text("abc");
-  EXPECT_EQ(ErrorOf([&] { p.QuickSort(text); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.QuickSort(text); }), err::kTypeMismatch);
   Variant grid(Array(VarType::kVariant, {{0, 1}, {0, 1}}));
-  EXPECT_EQ(ErrorOf([&] { p.QuickSort(grid); }), err::kSubscript);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.QuickSort(grid); }), err::kSubscript);
 }
 
 TEST(ProcsArithmetic, AverageAndDivisionNeverFail) {
@@ -110,7 +102,7 @@ TEST(ProcsArithmetic, AverageAndDivisionNeverFail) {
     EXPECT_EQ(p.DivideZero(Long(10), blank), Int16(0));
     EXPECT_EQ(p.DivideZero(blank, Long(10)), Int16(0));
   }
-  EXPECT_EQ(ErrorOf([&] { p.DivideZero("ten", Long(2)); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.DivideZero("ten", Long(2)); }), err::kTypeMismatch);
 }
 
 TEST(ProcsStrings, RandomStringsAreCapitalLetters) {
@@ -148,9 +140,9 @@ TEST(ProcsStrings, MemoTrimDropsTrailingNonPrintables) {
   EXPECT_EQ(p.MemoTrim("naïve façade\xC2\xA0é"), Variant("naïve façade"));
   EXPECT_EQ(p.MemoTrim("a~"), Variant("a~"));
   EXPECT_EQ(p.MemoTrim(" x"), Variant(" x"));
-  EXPECT_EQ(ErrorOf([&] { p.MemoTrim(" \r\n"); }), err::kInvalidCall);
-  EXPECT_EQ(ErrorOf([&] { p.MemoTrim(""); }), err::kInvalidCall);
-  EXPECT_EQ(ErrorOf([&] { p.MemoTrim(Variant::Null()); }), err::kInvalidNull);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.MemoTrim(" \r\n"); }), err::kInvalidCall);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.MemoTrim(""); }), err::kInvalidCall);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.MemoTrim(Variant::Null()); }), err::kInvalidNull);
 }
 
 TEST(ProcsStrings, PaddingKeepsPadStringAsItIsAndAlignsNumbers) {
@@ -200,7 +192,7 @@ TEST(ProcsMemos, NextLineBreaksBetweenWords) {
   EXPECT_EQ(pos, 5);
 
   pos = 0;
-  EXPECT_EQ(ErrorOf([&] { p.GetNextLineFromMemo(pos, "x", 5); }), err::kInvalidCall);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.GetNextLineFromMemo(pos, "x", 5); }), err::kInvalidCall);
 }
 
 TEST(ProcsMemos, LinesOfAParagraphRebuildIt) {

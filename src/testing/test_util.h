@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/error.h"
 #include "ui/backend.h"
 #include "ui/scripted.h"
 
@@ -60,6 +61,17 @@ struct RunResult {
   std::string err;
 };
 RunResult RunProgram(const std::vector<std::string>& argv, const std::string& input);
+
+// The number of the Error that fn() raises; 0 when it raises none.
+template <typename Fn>
+int ErrorNumberOf(Fn&& fn) {
+  try {
+    fn();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
 
 }  // namespace qor::testing
 
