@@ -138,8 +138,9 @@ class qorProcs : public Object {
   // total / count, or 0 when either is Null or not numeric or the count is
   // not positive.
   double CalcAvg(const Variant& pTotalAmount, const Variant& pNumberOfItems);
-  // a / b as a Double; the Integer 0 when either is blank. A text that is
-  // not a number raises 13.
+  // a / b as VB divides (a Single for two Bytes, Integers or Singles, else
+  // a Double); the Integer 0 when either is blank. A text that is not a
+  // number raises 13.
   Variant DivideZero(const Variant& pDividend, const Variant& pDivisor);
   // pLength random capital letters A to Z.
   std::string GetRandomString(int16_t pLength);
@@ -160,7 +161,9 @@ class qorProcs : public Object {
   // The next display line of at most pLineLen characters from character
   // position pPos (1-based), broken between words; pPos moves to the start
   // of the next line, or 0 when the text is exhausted. A word longer than
-  // the line gives "" and leaves pPos where it was. A pPos below 1 raises 5.
+  // the line gives "" and leaves pPos where it was. An omitted pLineLen is 0,
+  // as VB passes an omitted Integer, and so always gives "". A pPos below 1
+  // raises 5.
   Variant GetNextLineFromMemo(int32_t& pPos, const Variant& pStr, int16_t pLineLen = 0);
   // Line pLineNum (from 1; lines end at line feeds) of the memo with every
   // character of code 32 or below dropped, except code 8; Null when the memo

@@ -76,7 +76,14 @@ double qorProcs::CalcAvg(const Variant& pTotalAmount, const Variant& pNumberOfIt
 
 Variant qorProcs::DivideZero(const Variant& pDividend, const Variant& pDivisor) {
   if (IsBlank(pDividend, true) || IsBlank(pDivisor, true)) return Variant(int16_t{0});
-  return Variant(vb::CDbl(pDividend) / vb::CDbl(pDivisor));
+  // VB's "/" gives a Single for two Bytes, Integers or Singles, else a Double.
+  auto narrow = [](const Variant& v) {
+    VarType t = v.type();
+    return t == VarType::kByte || t == VarType::kInteger || t == VarType::kSingle;
+  };
+  double quotient = vb::CDbl(pDividend) / vb::CDbl(pDivisor);
+  if (narrow(pDividend) && narrow(pDivisor)) return Variant(static_cast<float>(quotient));
+  return Variant(quotient);
 }
 
 std::string qorProcs::GetRandomString(int16_t pLength) {

@@ -97,6 +97,8 @@ TEST(ProcsArithmetic, AverageAndDivisionNeverFail) {
 
   EXPECT_EQ(p.DivideZero(10.0, Long(4)), Variant(2.5));
   EXPECT_EQ(p.DivideZero("9", "3"), Variant(3.0));
+  EXPECT_EQ(p.DivideZero(Int16(10), Int16(4)), Variant(2.5f));  // VB's Single case
+  EXPECT_EQ(p.DivideZero(Int16(10), Long(4)), Variant(2.5));
   for (const Variant& blank :
        {Variant(Long(0)), Variant(), Variant(""), Variant("  "), Variant(false), Variant::Null()}) {
     EXPECT_EQ(p.DivideZero(Long(10), blank), Int16(0));
