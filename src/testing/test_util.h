@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/error.h"
 #include "ui/backend.h"
 #include "ui/scripted.h"
 
@@ -46,6 +47,17 @@ class ScriptedUi {
   std::shared_ptr<ui::ScriptedBackend> backend_;
   ui::ScopedBackend scope_;
 };
+
+// The number of the qor::Error that fn raises, 0 when it raises none.
+template <typename Fn>
+int ErrorNumberOf(Fn&& fn) {
+  try {
+    fn();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
 
 // The qor program built with the tests (QOR_BIN).
 std::string QorBinary();
