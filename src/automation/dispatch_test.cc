@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/error.h"
+#include "testing/test_util.h"
 
 namespace qor::automation {
 namespace {
@@ -12,15 +13,6 @@ class Counter : public Object {
   std::string_view ClassName() const override { return "Counter"; }
   int32_t total = 0;
 };
-
-int ErrorOf(auto&& fn) {
-  try {
-    fn();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 class DispatchTest : public ::testing::Test {
  protected:
@@ -45,7 +37,7 @@ class DispatchTest : public ::testing::Test {
 TEST_F(DispatchTest, CreatesByNameWithoutCase) {
   EXPECT_EQ(registry_.Create("counter")->ClassName(), "Counter");
   EXPECT_EQ(registry_.Create("qorSupport.Counter")->ClassName(), "Counter");
-  EXPECT_EQ(ErrorOf([&] { registry_.Create("Nope"); }), err::kCannotCreate);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Create("Nope"); }), err::kCannotCreate);
 }
 
 TEST_F(DispatchTest, ConvertsArgumentsAndAppliesDefaults) {
@@ -71,15 +63,17 @@ TEST_F(DispatchTest, Faults) {
   ObjectRef c = registry_.Create("Counter");
   std::vector<Variant> none, three{Variant(1), Variant(1), Variant(1)}, text{Variant("x")},
       null{Variant::Null()}, missing{Variant::Missing()}, big{Variant(1e10)};
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Nope", none); }), err::kNoSuchMember);
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Add", none); }), err::kWrongArgCount);
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Add", three); }), err::kWrongArgCount);
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Add", missing); }), err::kArgNotOptional);
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Add", text); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Add", null); }), err::kInvalidNull);
-  EXPECT_EQ(ErrorOf([&] { registry_.Call(*c, "Add", big); }), err::kOverflow);
-  EXPECT_EQ(ErrorOf([&] { registry_.Set(*c, "Nope", none, Variant(1)); }), err::kNoSuchMember);
-  EXPECT_EQ(ErrorOf([&] { registry_.Get(*c, "Double", none); }), err::kNoSuchMember);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Nope", none); }), err::kNoSuchMember);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Add", none); }), err::kWrongArgCount);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Add", three); }), err::kWrongArgCount);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Add", missing); }),
+            err::kArgNotOptional);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Add", text); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Add", null); }), err::kInvalidNull);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Call(*c, "Add", big); }), err::kOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Set(*c, "Nope", none, Variant(1)); }),
+            err::kNoSuchMember);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { registry_.Get(*c, "Double", none); }), err::kNoSuchMember);
 }
 
 TEST_F(DispatchTest, Properties) {
@@ -96,7 +90,7 @@ TEST(GlobalRegistry, HasTheFoundationClasses) {
     EXPECT_NE(r.Create(name), nullptr) << name;
   }
   EXPECT_NE(r.FindClass("qorExportGlobals"), nullptr);
-  EXPECT_EQ(ErrorOf([&] { r.Create("qorExportGlobals"); }), err::kCannotCreate);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { r.Create("qorExportGlobals"); }), err::kCannotCreate);
 }
 
 }  // namespace

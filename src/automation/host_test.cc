@@ -192,5 +192,49 @@ TEST(AutomationHost, TypedValuesAndByReference) {
             13);
 }
 
+// Mutated requests (cut, spliced, bytes flipped) never stop the host, and
+// every reply is a JSON object with an id and either an error or a ui list.
+TEST(AutomationHost, SurvivesMutatedRequests) {
+  const std::vector<std::string> seeds = {
+      R"({"id":1,"create":"qorForms"})",
+      R"({"id":2,"on":1,"call":"MsgGrunt","args":["a","b","c",{"$":"Integer","v":4},2,3]})",
+      R"({"id":3,"on":"qorExportGlobals","call":"IsBlank","args":[{"$":"Array","type":"Variant","bounds":[[0,1],[0,0]],"v":[[1],[{"$":"Date","v":"2003-03-07"}]]},true]})",
+      R"({"id":4,"answers":[6,null,{"$":"Date","v":"2003-03-07T00:00:00"},[1,2]]})",
+      R"({"id":5,"on":1,"call":"InputForm","args":["p",{"$":"Missing"}]})",
+      R"({"id":6,"on":"qorExportGlobals","call":"StoreAppName","args":[{"$":"Record","type":"X","v":{}}]})",
+  };
+  Host host;
+  uint32_t state = 12345;
+  auto next = [&state] {
+    state = state * 1103515245u + 12345u;
+    return (state >> 8) & 0xFFFFFF;
+  };
+  for (int round = 0; round < 3000; ++round) {
+    std::string line = seeds[next() % seeds.size()];
+    int edits = 1 + next() % 4;
+    for (int e = 0; e < edits && !line.empty(); ++e) {
+      size_t at = next() % line.size();
+      switch (next() % 4) {
+        case 0:
+          line.erase(at, 1 + next() % 8);
+          break;
+        case 1:
+          line[at] = static_cast<char>(next() & 0xFF);
+          break;
+        case 2:
+          line.insert(at, seeds[next() % seeds.size()].substr(0, next() % 20));
+          break;
+        default:
+          line = line.substr(0, at);
+          break;
+      }
+    }
+    Json reply = Json::parse(host.HandleLine(line));
+    ASSERT_TRUE(reply.is_object()) << line;
+    ASSERT_TRUE(reply.contains("id")) << line;
+    ASSERT_TRUE(reply.contains("error") || reply["ui"].is_array()) << line;
+  }
+}
+
 }  // namespace
 }  // namespace qor::automation

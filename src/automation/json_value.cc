@@ -12,6 +12,7 @@ namespace qor::automation {
 namespace {
 
 constexpr int kMaxDepth = 32;
+constexpr int64_t kMaxArrayElements = 10'000'000;
 
 [[noreturn]] void BadForm(const std::string& what) {
   throw Error(err::kTypeMismatch, "qor automation", "Type mismatch: " + what);
@@ -161,6 +162,9 @@ Variant ReadArray(const Json& json, HandleTable& handles, const Registry& regist
     }
     bounds.push_back({static_cast<int32_t>(lower), static_cast<int32_t>(upper)});
   }
+  int64_t elements = 1;
+  for (const Array::Bounds& b : bounds) elements *= b.Count();
+  if (elements > kMaxArrayElements) BadForm("an array of more than ten million elements");
   Array array(element_type, bounds);
   if (json.contains("v") && array.ElementCount() > 0) {
     auto it = array.elements().begin();

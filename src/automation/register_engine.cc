@@ -1,4 +1,5 @@
-// Late-bound registration of DBEngine and the engine's objects (Database, TableDef, Field, Index, QueryDef, Recordset, Property).
+// Late-bound registration of DBEngine and the engine's objects (Database, TableDef, Field, Index,
+// QueryDef, Recordset, Property).
 
 #include "automation/dispatch.h"
 

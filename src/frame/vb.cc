@@ -319,20 +319,17 @@ std::string DoubleText(double x) { return GeneralText(x, 15); }
 std::string SingleText(float x) { return GeneralText(static_cast<double>(x), 7); }
 
 std::string CurrencyText(Currency c) {
-  int64_t whole = c.scaled / Currency::kScale;
-  int64_t frac = c.scaled % Currency::kScale;
-  std::string out;
-  if (c.scaled < 0) out = "-";
-  out += std::to_string(whole < 0 ? -whole : whole);
-  if (frac != 0) {
-    char buffer[8];
-    std::snprintf(buffer, sizeof(buffer), "%04lld",
-                  static_cast<long long>(frac < 0 ? -frac : frac));
-    std::string digits(buffer);
-    while (!digits.empty() && digits.back() == '0') digits.pop_back();
-    out += "." + digits;
-  }
-  return out;
+  const uint64_t magnitude =
+      c.scaled < 0 ? 0 - static_cast<uint64_t>(c.scaled) : static_cast<uint64_t>(c.scaled);
+  char buffer[48];
+  std::snprintf(buffer, sizeof(buffer), "%s%llu.%04llu", c.scaled < 0 ? "-" : "",
+                static_cast<unsigned long long>(magnitude / Currency::kScale),
+                static_cast<unsigned long long>(magnitude % Currency::kScale));
+  // Drop the zeros after the decimal point, and the point itself when bare.
+  std::string text(buffer);
+  while (text.back() == '0') text.pop_back();
+  if (text.back() == '.') text.pop_back();
+  return text;
 }
 
 std::string BoolText(bool b) { return b ? "True" : "False"; }

@@ -6,18 +6,10 @@
 
 #include "frame/error.h"
 #include "frame/vb_date.h"
+#include "testing/test_util.h"
 
 namespace qor::vb {
 namespace {
-
-int ErrorOf(auto&& fn) {
-  try {
-    fn();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST(VbNumeric, IsNumericAcceptsWhatVbAccepts) {
   EXPECT_TRUE(IsNumeric(Variant()));  // Empty
@@ -63,11 +55,11 @@ TEST(VbConvert, IntegerConversionsRoundHalfToEvenAndCheckRange) {
   EXPECT_EQ(CLng(Variant("1,234.5")), 1234);
   EXPECT_EQ(CLng(Variant(true)), -1);
   EXPECT_EQ(CLng(Variant()), 0);
-  EXPECT_EQ(ErrorOf([] { CInt(Variant(32767.5)); }), err::kOverflow);
-  EXPECT_EQ(ErrorOf([] { CByte(Variant(-1)); }), err::kOverflow);
-  EXPECT_EQ(ErrorOf([] { CLng(Variant("abc")); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { CLng(Variant::Null()); }), err::kInvalidNull);
-  EXPECT_EQ(ErrorOf([] { CDbl(Variant::Nothing()); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CInt(Variant(32767.5)); }), err::kOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CByte(Variant(-1)); }), err::kOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CLng(Variant("abc")); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CLng(Variant::Null()); }), err::kInvalidNull);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CDbl(Variant::Nothing()); }), err::kTypeMismatch);
 }
 
 TEST(VbConvert, TextOfValues) {
@@ -83,7 +75,7 @@ TEST(VbConvert, TextOfValues) {
   EXPECT_EQ(CStr(Variant(-0.0)), "0");
   EXPECT_EQ(CStr(Variant(Currency{123400})), "12.34");
   EXPECT_EQ(CStr(Variant(Currency{-50000})), "-5");
-  EXPECT_EQ(ErrorOf([] { CStr(Variant::Null()); }), err::kInvalidNull);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CStr(Variant::Null()); }), err::kInvalidNull);
 }
 
 TEST(VbConvert, BooleanConversion) {
@@ -92,7 +84,7 @@ TEST(VbConvert, BooleanConversion) {
   EXPECT_TRUE(CBool(Variant("-3")));
   EXPECT_FALSE(CBool(Variant("0")));
   EXPECT_FALSE(CBool(Variant()));
-  EXPECT_EQ(ErrorOf([] { CBool(Variant("yes")); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CBool(Variant("yes")); }), err::kTypeMismatch);
 }
 
 TEST(VbDate, ConversionAndText) {
@@ -135,8 +127,8 @@ TEST(VbDate, RejectsWhatIsNotADate) {
   }
   EXPECT_TRUE(IsDate(Variant(Date{5})));
   EXPECT_FALSE(IsDate(Variant(5)));
-  EXPECT_EQ(ErrorOf([] { CDate(Variant("abc")); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { CDate(Variant(3e6)); }), err::kOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CDate(Variant("abc")); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([] { CDate(Variant(3e6)); }), err::kOverflow);
 }
 
 TEST(VbDate, SerialArithmetic) {
@@ -159,7 +151,8 @@ TEST(VbCompare, VariantComparisonRules) {
   EXPECT_EQ(Compare(Variant(5), Variant("1")), -1);  // a number is less than a text
   EXPECT_EQ(Compare(Variant(true), Variant(-1)), 0);
   EXPECT_FALSE(Compare(Variant::Null(), Variant(1)).has_value());
-  EXPECT_EQ(ErrorOf([] { Compare(Variant::Nothing(), Variant(1)); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Compare(Variant::Nothing(), Variant(1)); }),
+            err::kTypeMismatch);
 }
 
 TEST(VbArithmetic, IntAndFix) {

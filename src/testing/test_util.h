@@ -48,6 +48,17 @@ class ScriptedUi {
   ui::ScopedBackend scope_;
 };
 
+// The number of the qor::Error that fn raises, 0 when it raises none.
+template <typename Fn>
+int ErrorNumberOf(Fn&& fn) {
+  try {
+    fn();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
 // The qor program built with the tests (QOR_BIN).
 std::string QorBinary();
 // The shared folder with the test data (QOR_SHARED_DIR).

@@ -78,14 +78,10 @@ void ScriptedBackend::Record(UiEvent event) {
   events_.push_back(std::move(event));
 }
 
-int ScriptedBackend::MsgBox(const MsgBoxRequest& request) {
-  UiEvent event{"MsgBox",
-                {{"title", Text(request.title)},
-                 {"text", Text(request.text)},
-                 {"style", Number(request.style)}}};
-  int answer = defaults_.MsgBox(request);
+int ScriptedBackend::NumberAnswer(UiEvent event, int fallback, int low, int high) {
+  int answer = fallback;
   if (std::optional<Variant> next = Next()) {
-    if (IsWholeNumber(*next)) {
+    if (IsWholeNumber(*next) && next->NumericValue() >= low && next->NumericValue() <= high) {
       answer = vb::CLng(*next);
     } else {
       event.mismatch = true;
@@ -94,6 +90,14 @@ int ScriptedBackend::MsgBox(const MsgBoxRequest& request) {
   event.fields.emplace_back("answer", Number(answer));
   Record(std::move(event));
   return answer;
+}
+
+int ScriptedBackend::MsgBox(const MsgBoxRequest& request) {
+  return NumberAnswer(UiEvent{"MsgBox",
+                              {{"title", Text(request.title)},
+                               {"text", Text(request.text)},
+                               {"style", Number(request.style)}}},
+                      defaults_.MsgBox(request), INT32_MIN, INT32_MAX);
 }
 
 std::optional<std::string> ScriptedBackend::TextAnswer(UiEvent event,
@@ -187,21 +191,11 @@ std::optional<double> ScriptedBackend::Calendar(const CalendarRequest& request) 
 }
 
 int ScriptedBackend::Menu(const MenuRequest& request) {
-  UiEvent event{"Menu",
-                {{"title", Text(request.title)},
-                 {"headings", StringArray(request.headings)},
-                 {"items", StringArray(request.items)}}};
-  int answer = defaults_.Menu(request);
-  if (std::optional<Variant> next = Next()) {
-    if (IsWholeNumber(*next) && next->NumericValue() >= 0 && next->NumericValue() <= 13) {
-      answer = vb::CLng(*next);
-    } else {
-      event.mismatch = true;
-    }
-  }
-  event.fields.emplace_back("answer", Number(answer));
-  Record(std::move(event));
-  return answer;
+  return NumberAnswer(UiEvent{"Menu",
+                              {{"title", Text(request.title)},
+                               {"headings", StringArray(request.headings)},
+                               {"items", StringArray(request.items)}}},
+                      defaults_.Menu(request), 0, 13);
 }
 
 std::optional<int> ScriptedBackend::Requester(const RequesterRequest& request) {

@@ -67,6 +67,8 @@ class ScriptedBackend : public Backend {
   // The next queued answer, or nullopt when the queue is empty.
   std::optional<Variant> Next();
   void Record(UiEvent event);
+  // Answers a dialog whose answer is a whole number from low to high.
+  int NumberAnswer(UiEvent event, int fallback, int low, int high);
   // Answers a dialog whose answer is a text or Null.
   std::optional<std::string> TextAnswer(UiEvent event, std::optional<std::string> fallback);
 
