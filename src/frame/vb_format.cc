@@ -115,15 +115,16 @@ void StripTrailingZeros(Decimal* d) {
   if (d->digits.empty()) d->exp = 0;
 }
 
-// 15 significant digits, the precision VB gives a Double.
-Decimal DecimalOf(double x) {
+// A non-negative number to the given significant digits: 15 for a Double,
+// 7 for a Single, the precision VB gives them.
+Decimal DecimalOf(double x, int significant) {
   Decimal d;
   if (x == 0 || !std::isfinite(x)) return d;
   char buffer[48];
-  std::snprintf(buffer, sizeof(buffer), "%.14e", x);
+  std::snprintf(buffer, sizeof(buffer), "%.*e", significant - 1, x);
   d.digits = buffer[0];
-  d.digits.append(buffer + 2, 14);
-  d.exp = std::atoi(buffer + 17) + 1;
+  d.digits.append(buffer + 2, significant - 1);
+  d.exp = std::atoi(buffer + significant + 2) + 1;
   StripTrailingZeros(&d);
   return d;
 }
@@ -360,7 +361,8 @@ std::string FormatDecimal(Decimal d, std::string_view section) {
 std::string FormatNumber(const Variant& number, const std::vector<std::string>& sections) {
   double value = number.NumericValue();
   Decimal magnitude = number.type() == VarType::kCurrency ? DecimalOf(number.AsCurrency())
-                                                          : DecimalOf(std::fabs(value));
+                      : number.type() == VarType::kSingle ? DecimalOf(std::fabs(value), 7)
+                                                          : DecimalOf(std::fabs(value), 15);
   if (value < 0 && sections.size() >= 2 && !sections[1].empty()) {
     return FormatDecimal(magnitude, sections[1]);
   }

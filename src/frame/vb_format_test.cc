@@ -47,6 +47,7 @@ TEST(VbFormatNumber, RoundsHalfAwayFromZeroOnDecimalDigits) {
   EXPECT_EQ(F(1.005, "0.00"), "1.01");  // 1.005 read as its 15 decimal digits
   EXPECT_EQ(F(0.004, "0.00"), "0.00");
   EXPECT_EQ(F(0.005, "0.00"), "0.01");
+  EXPECT_EQ(F(0.1f, "0.000000000"), "0.100000000");  // a Single has 7 digits
   EXPECT_EQ(F(CCur(Variant("12.345")), "0.00"), "12.35");
   EXPECT_EQ(F(Currency{INT64_MAX}, "#,##0.0000"),
             "922,337,203,685,477.5807");  // Currency keeps all its digits

@@ -73,17 +73,6 @@ struct RunResult {
 };
 RunResult RunProgram(const std::vector<std::string>& argv, const std::string& input);
 
-// The number of the Error that fn() raises; 0 when it raises none.
-template <typename Fn>
-int ErrorNumberOf(Fn&& fn) {
-  try {
-    fn();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
 }  // namespace qor::testing
 
 #endif  // QOR_TESTING_TEST_UTIL_H_
