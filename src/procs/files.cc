@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "frame/error.h"
@@ -60,13 +61,14 @@ struct QueryPath {
 
 QueryPath SplitQueryPath(const std::string& path) {
   if (path.empty() || path.find('\0') != std::string::npos) Raise(kBadFileName);
-  QueryPath q;
   size_t slash = path.rfind('/');
-  q.folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  q.pattern = slash == std::string::npos ? path : path.substr(slash + 1);
-  if (q.pattern.empty()) q.pattern = "*";
-  q.listing = HasWildcard(q.pattern) || slash + 1 == path.size();
-  return q;
+  bool in_folder = slash != std::string::npos;
+  std::string folder = in_folder ? path.substr(0, slash + 1) : std::string(1, '.');
+  std::string pattern = in_folder ? path.substr(slash + 1) : path;
+  bool ends_in_slash = pattern.empty();
+  if (ends_in_slash) pattern.push_back('*');  // a folder ending in "/": everything in it
+  bool listing = ends_in_slash || HasWildcard(pattern);
+  return QueryPath{std::move(folder), std::move(pattern), listing};
 }
 
 struct DirCloser {
