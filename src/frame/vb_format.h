@@ -12,8 +12,9 @@
 //   after the last integer placeholder), "%" (times 100), E+ E- e+ e-
 //   scientific notation, and up to four sections separated by ";" for
 //   positive, negative, zero and Null values. Rounding is half away from zero
-//   on the value's 15 significant decimal digits (Currency exactly). A
-//   negative value formatted by the first section gets a leading "-".
+//   on the value's significant decimal digits (15 for a Double, 7 for a
+//   Single, all four decimals of a Currency). A negative value formatted by
+//   the first section gets a leading "-" (so -0.4 by "0" gives "-0", as VB).
 // - Date patterns: d dd ddd dddd ddddd dddddd, w ww, m mm mmm mmmm (m and mm
 //   right after an hour are minutes), q, y yy yyyy, h hh, n nn, s ss, ttttt,
 //   c, AM/PM am/pm A/P a/p AMPM (12-hour clock), "/" and ":".
