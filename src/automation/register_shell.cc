@@ -24,12 +24,11 @@ void RegisterShellClasses(Registry& registry) {
               [](qorWinAPI& w, Args& a) {
                 return Variant(w.ExecDoc(a.Str(0), a.Int(1), a.Bool(2), a.Bool(3), a.Bool(4)));
               })
-      .Method("CopyFile",
-              {Req("pSource", V::kString), Req("pDest", V::kString),
-               Opt("pForceRWAttr", V::kBoolean, Variant(false))},
-              [](qorWinAPI& w, Args& a) {
-                return Variant(w.CopyFile(a.Str(0), a.Str(1), a.Bool(2)));
-              })
+      .Method(
+          "CopyFile",
+          {Req("pSource", V::kString), Req("pDest", V::kString),
+           Opt("pForceRWAttr", V::kBoolean, Variant(false))},
+          [](qorWinAPI& w, Args& a) { return Variant(w.CopyFile(a.Str(0), a.Str(1), a.Bool(2))); })
       .Method("GetValidDrives", {}, [](qorWinAPI& w, Args&) { return Variant(w.GetValidDrives()); })
       .Method("ConvertPixelsToTwips", {Ref("pPixels", V::kLong), Ref("pDirection", V::kBoolean)},
               [](qorWinAPI& w, Args& a) {
@@ -48,7 +47,8 @@ void RegisterShellClasses(Registry& registry) {
               [](qorWinAPIPrinter& p, Args& a) { return Variant(p.SetDefaultPrinter(a[0])); })
       .Method("SetPrinter", {Req("pPrinter")},
               [](qorWinAPIPrinter& p, Args& a) { return Variant(p.SetPrinter(a[0])); })
-      .Method("ReSetPrinter", {}, [](qorWinAPIPrinter& p, Args&) { return Variant(p.ReSetPrinter()); })
+      .Method("ReSetPrinter", {},
+              [](qorWinAPIPrinter& p, Args&) { return Variant(p.ReSetPrinter()); })
       .Method("GetPrinters", {ArrayRef("pPrinters", V::kString)},
               [](qorWinAPIPrinter& p, Args& a) { return Variant(p.GetPrinters(a[0])); })
       .Method("SelectPrinter", {Opt("pMsg", V::kString, Variant(""))},

@@ -24,7 +24,8 @@ TEST(SplitCommandLine, ProgramNameTakesBackslashesLiterally) {
 
 TEST(SplitCommandLine, BackslashesBeforeQuotes) {
   // Not before a quote: literal.
-  EXPECT_EQ(SplitCommandLine(R"(p C:\dir\file.txt a\\b)"), (Args{"p", R"(C:\dir\file.txt)", R"(a\\b)"}));
+  EXPECT_EQ(SplitCommandLine(R"(p C:\dir\file.txt a\\b)"),
+            (Args{"p", R"(C:\dir\file.txt)", R"(a\\b)"}));
   // Odd run: half of them and a literal quote.
   EXPECT_EQ(SplitCommandLine(R"(p a\"b a\\\"b)"), (Args{"p", R"(a"b)", R"(a\"b)"}));
   // Even run: half of them, the quote opens or closes.

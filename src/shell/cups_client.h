@@ -17,7 +17,7 @@ namespace qor::shell {
 
 struct CupsDestination {
   std::string name;
-  std::string device_uri;  // the queue's device ("file:///...", "ipp://..."), or ""
+  std::string device_uri;   // the queue's device ("file:///...", "ipp://..."), or ""
   bool is_default = false;  // the user's default (lpoptions), else the server's
 };
 

@@ -71,9 +71,9 @@ CupsServer::CupsServer() {
   WriteFile(folder_ + "/cups-files.conf",
             "FileDevice Yes\nServerRoot " + folder_ + "\nRequestRoot " + folder_ +
                 "/spool\nTempDir " + folder_ + "/tmp\nCacheDir " + folder_ + "/cache\nStateDir " +
-                folder_ + "/state\nAccessLog " + folder_ + "/log/access_log\nErrorLog " +
-                folder_ + "/log/error_log\nPageLog " + folder_ + "/log/page_log\nPrintcap " +
-                folder_ + "/printcap\n");
+                folder_ + "/state\nAccessLog " + folder_ + "/log/access_log\nErrorLog " + folder_ +
+                "/log/error_log\nPageLog " + folder_ + "/log/page_log\nPrintcap " + folder_ +
+                "/printcap\n");
   WriteFile(folder_ + "/passthru",
             "#!/bin/sh\nif [ -n \"$6\" ]; then exec cat \"$6\"; else exec cat; fi\n", 0755);
   WriteFile(folder_ + "/test.ppd", PassThroughPpd(folder_ + "/passthru"));
@@ -90,8 +90,8 @@ CupsServer::CupsServer() {
   unsetenv("PRINTER");
 
   std::string log = folder_ + "/log/stdout";
-  std::vector<std::string> argv = {"cupsd", "-f", "-c", folder_ + "/cupsd.conf",
-                                   "-s",    folder_ + "/cups-files.conf"};
+  std::vector<std::string> argv = {
+      "cupsd", "-f", "-c", folder_ + "/cupsd.conf", "-s", folder_ + "/cups-files.conf"};
   std::vector<char*> args;
   for (std::string& a : argv) args.push_back(a.data());
   args.push_back(nullptr);
@@ -148,9 +148,11 @@ std::string CupsServer::StartError() const {
 }
 
 bool CupsServer::AddQueue(const std::string& name, const std::string& out) {
-  return Succeeds({"lpadmin", "-p", name, "-E", "-v", "file://" + out, "-P",
-                   folder_ + "/test.ppd"});
+  return Succeeds(
+      {"lpadmin", "-p", name, "-E", "-v", "file://" + out, "-P", folder_ + "/test.ppd"});
 }
+
+bool CupsServer::RemoveQueue(const std::string& name) { return Succeeds({"lpadmin", "-x", name}); }
 
 bool CupsServer::SetServerDefault(const std::string& name) {
   return Succeeds({"lpadmin", "-d", name});

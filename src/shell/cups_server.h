@@ -30,6 +30,8 @@ class CupsServer {
   // Adds an enabled queue whose jobs are written to the file out (text
   // documents pass through unchanged).
   bool AddQueue(const std::string& name, const std::string& out);
+  // Removes a queue (lpadmin -x).
+  bool RemoveQueue(const std::string& name);
   // Makes name the server's default destination (lpadmin -d).
   bool SetServerDefault(const std::string& name);
   // Waits up to ten seconds for the file to hold text; returns its content.

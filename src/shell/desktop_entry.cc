@@ -18,11 +18,21 @@ std::string Unescape(const std::string& value) {
     }
     char c = value[++i];
     switch (c) {
-      case 's': out += ' '; break;
-      case 'n': out += '\n'; break;
-      case 't': out += '\t'; break;
-      case 'r': out += '\r'; break;
-      case '\\': out += '\\'; break;
+      case 's':
+        out += ' ';
+        break;
+      case 'n':
+        out += '\n';
+        break;
+      case 't':
+        out += '\t';
+        break;
+      case 'r':
+        out += '\r';
+        break;
+      case '\\':
+        out += '\\';
+        break;
       default:
         out += '\\';
         out += c;
@@ -141,12 +151,27 @@ std::optional<std::vector<std::string>> ExpandExec(const DesktopEntry& entry,
       }
       char code = word[++i];
       switch (code) {
-        case 'f': case 'F': arg += file_path; file_given = true; break;
-        case 'u': case 'U': arg += FileUri(file_path); file_given = true; break;
-        case 'c': arg += entry.name; break;
-        case 'k': arg += entry.path; break;
-        case '%': arg += '%'; break;
-        default: dropped = word.size() == 2;  // a deprecated code standing alone
+        case 'f':
+        case 'F':
+          arg += file_path;
+          file_given = true;
+          break;
+        case 'u':
+        case 'U':
+          arg += FileUri(file_path);
+          file_given = true;
+          break;
+        case 'c':
+          arg += entry.name;
+          break;
+        case 'k':
+          arg += entry.path;
+          break;
+        case '%':
+          arg += '%';
+          break;
+        default:
+          dropped = word.size() == 2;  // a deprecated code standing alone
       }
     }
     if (!dropped) argv.push_back(arg);

@@ -1,9 +1,8 @@
 // ExecDoc "open" with applications registered in a temporary XDG data
 // folder, and the failures it reports.
 
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <filesystem>
@@ -48,7 +47,8 @@ std::string WaitForFile(const std::string& path) {
 class XdgDesktop : public ::testing::Test {
  protected:
   void SetUp() override {
-    for (const char* name : {"XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"}) {
+    for (const char* name :
+         {"XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"}) {
       const char* value = std::getenv(name);
       saved_.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
     }
@@ -143,14 +143,15 @@ TEST_F(XdgDesktop, FailuresReportTheShellsNumbersOnlyWhenVerbose) {
     std::string path;
     int number;
   };
-  for (const Case& c : {Case{dir_.File("missing.qortest"), 2}, Case{"", 2},
-                        Case{dir_.File("no-folder/x.qortest"), 3}, Case{binary, 31},
-                        Case{broken, 27}}) {
+  for (const Case& c :
+       {Case{dir_.File("missing.qortest"), 2}, Case{"", 2},
+        Case{dir_.File("no-folder/x.qortest"), 3}, Case{binary, 31}, Case{broken, 27}}) {
     EXPECT_FALSE(api.ExecDoc(c.path, 1, false, true, true));
     EXPECT_FALSE(api.ExecDoc(c.path, 1, false, true, false));
     auto events = ui->TakeEvents();
     ASSERT_EQ(events.size(), 1u) << c.path;
-    EXPECT_EQ(events[0].Field("text"), Variant("Error trying to ShellExecute " + std::to_string(c.number)))
+    EXPECT_EQ(events[0].Field("text"),
+              Variant("Error trying to ShellExecute " + std::to_string(c.number)))
         << c.path;
   }
   EXPECT_FALSE(fs::exists(marker_));
@@ -165,8 +166,8 @@ TEST(DesktopEntry, ExecQuotingAndFieldCodes) {
   ASSERT_TRUE(entry);
   auto argv = shell::ExpandExec(*entry, "/tmp/a b#.txt");
   ASSERT_TRUE(argv);
-  EXPECT_EQ(*argv, (std::vector<std::string>{"view", "a b", "q\"x", "100%",
-                                             "file:///tmp/a%20b%23.txt"}));
+  EXPECT_EQ(*argv,
+            (std::vector<std::string>{"view", "a b", "q\"x", "100%", "file:///tmp/a%20b%23.txt"}));
   entry->exec = "view \"open";
   EXPECT_FALSE(shell::ExpandExec(*entry, "/x"));
   entry->exec = "view";  // no file code: the document goes last

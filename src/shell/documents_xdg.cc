@@ -22,8 +22,7 @@ int CheckDocument(const fs::path& path) {
   if (path.empty()) return kShellFileNotFound;
   if (!fs::exists(path, ec)) {
     fs::path folder = path.parent_path();
-    return folder.empty() || fs::is_directory(folder, ec) ? kShellFileNotFound
-                                                           : kShellPathNotFound;
+    return folder.empty() || fs::is_directory(folder, ec) ? kShellFileNotFound : kShellPathNotFound;
   }
   if (access(path.c_str(), R_OK) != 0) return kShellAccessDenied;
   return kShellOk;
@@ -53,10 +52,13 @@ class XdgShell : public DocumentShell {
 
   static int Print(const std::string& path) {
     switch (CupsPrintFile(path, fs::path(path).filename().string())) {
-      case CupsPrintResult::kPrinted: return kShellOk;
+      case CupsPrintResult::kPrinted:
+        return kShellOk;
       case CupsPrintResult::kNoPrinter:
-      case CupsPrintResult::kUnsupported: return kShellNoAssociation;
-      case CupsPrintResult::kRefused: break;
+      case CupsPrintResult::kUnsupported:
+        return kShellNoAssociation;
+      case CupsPrintResult::kRefused:
+        break;
     }
     return kShellAccessDenied;
   }

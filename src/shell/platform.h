@@ -38,7 +38,7 @@ class ProcessLauncher {
 inline constexpr int kShellOk = 42;
 inline constexpr int kShellFileNotFound = 2;
 inline constexpr int kShellPathNotFound = 3;
-inline constexpr int kShellAccessDenied = 5;     // the file cannot be read; a job refused
+inline constexpr int kShellAccessDenied = 5;      // the file cannot be read; a job refused
 inline constexpr int kShellAssocIncomplete = 27;  // the application cannot be started
 inline constexpr int kShellNoAssociation = 31;    // no application, or no printer
 

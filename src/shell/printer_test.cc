@@ -4,8 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -64,20 +67,43 @@ class CupsPrinters : public ::testing::Test {
   }
   void SetUp() override { ASSERT_TRUE(server_->running()) << server_->StartError(); }
 
-  static std::string Out(const std::string& queue) { return server_->folder() + "/" + queue + ".out"; }
+  // Brings the server to exactly these queues, the first the server's
+  // default, and forgets the user's own default.
+  static void UseQueues(const std::vector<std::string>& names) {
+    for (std::string name : {"Office", "Zebra"}) {
+      bool wanted = std::find(names.begin(), names.end(), name) != names.end();
+      bool present = queues_.count(name) > 0;
+      if (wanted && !present) {
+        ASSERT_TRUE(server_->AddQueue(name, Out(name)));
+        queues_.insert(name);
+      } else if (!wanted && present) {
+        ASSERT_TRUE(server_->RemoveQueue(name));
+        queues_.erase(name);
+      }
+    }
+    if (!names.empty()) {
+      ASSERT_TRUE(server_->SetServerDefault(names[0]));
+    }
+    std::remove((server_->home() + "/.cups/lpoptions").c_str());
+  }
+
+  static std::string Out(const std::string& queue) {
+    return server_->folder() + "/" + queue + ".out";
+  }
   static std::string Device(const std::string& queue) {
     return queue + ",cups,file://" + Out(queue);
   }
 
   static shell::CupsServer* server_;
+  static std::set<std::string> queues_;
 };
 
 shell::CupsServer* CupsPrinters::server_ = nullptr;
+std::set<std::string> CupsPrinters::queues_;
 
-// The tests of this suite build on each other, in order: an empty server,
-// one queue, two queues.
 TEST_F(CupsPrinters, WithoutPrintersEverythingFailsQuietly) {
   testing::ScriptedUi ui;
+  UseQueues({});
   qorWinAPIPrinter printers;
   EXPECT_TRUE(printers.GetDefaultPrinter().IsNull());
   Variant list(Array(VarType::kString, {{0, 0}}));
@@ -96,8 +122,7 @@ TEST_F(CupsPrinters, WithoutPrintersEverythingFailsQuietly) {
 
 TEST_F(CupsPrinters, OnePrinterIsChosenWithoutAskingAndPrintsDocuments) {
   testing::ScriptedUi ui;
-  ASSERT_TRUE(server_->AddQueue("Office", Out("Office")));
-  ASSERT_TRUE(server_->SetServerDefault("Office"));
+  UseQueues({"Office"});
   qorWinAPIPrinter printers;
   EXPECT_EQ(printers.GetDefaultPrinter(), Variant(Device("Office")));
   EXPECT_EQ(printers.SelectPrinter("Pick"), Device("Office"));
@@ -113,7 +138,7 @@ TEST_F(CupsPrinters, OnePrinterIsChosenWithoutAskingAndPrintsDocuments) {
 
 TEST_F(CupsPrinters, TwoPrintersListSelectAndSwitchTheDefault) {
   testing::ScriptedUi ui;
-  ASSERT_TRUE(server_->AddQueue("Zebra", Out("Zebra")));
+  UseQueues({"Office", "Zebra"});
   qorWinAPIPrinter printers;
   Variant list(Array(VarType::kString, {{0, -1}}));
   EXPECT_TRUE(printers.GetPrinters(list));
@@ -146,6 +171,7 @@ TEST_F(CupsPrinters, TwoPrintersListSelectAndSwitchTheDefault) {
 
 TEST_F(CupsPrinters, SetPrinterRemembersPerThreadAndReSetPrinterRestores) {
   testing::ScriptedUi ui;
+  UseQueues({"Office", "Zebra"});
   OnFreshThread([&] {
     qorWinAPIPrinter printers;
     // A blank printer asks; cancelling changes nothing.
@@ -172,9 +198,12 @@ TEST_F(CupsPrinters, SetPrinterRemembersPerThreadAndReSetPrinterRestores) {
 
 TEST_F(CupsPrinters, PrintingWithoutADefaultOrServerIsNumber31) {
   testing::ScriptedUi ui;
+  UseQueues({});
   qorWinAPI api;
   std::string doc = server_->folder() + "/note.txt";
   std::ofstream(doc) << "note\n";
+  EXPECT_FALSE(api.ExecDoc(doc, 1, true, false, true));  // no default destination
+  UseQueues({"Office"});
   std::string server = std::getenv("CUPS_SERVER");
   setenv("CUPS_SERVER", (server_->folder() + "/not-running.sock").c_str(), 1);
   auto start = std::chrono::steady_clock::now();
@@ -188,8 +217,11 @@ TEST_F(CupsPrinters, PrintingWithoutADefaultOrServerIsNumber31) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   setenv("CUPS_SERVER", server.c_str(), 1);
   auto events = ui->TakeEvents();
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].Field("text"), Variant("Error trying to ShellExecute 31"));
+  ASSERT_EQ(events.size(), 2u);
+  for (const ui::UiEvent& event : events) {
+    EXPECT_EQ(event.Field("text"), Variant("Error trying to ShellExecute 31"));
+  }
+  EXPECT_EQ(Slurp(Out("Office")), "");
 }
 
 }  // namespace

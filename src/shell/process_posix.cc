@@ -62,7 +62,8 @@ class SpawnAttributes {
     sigset_t none, defaults;
     sigemptyset(&none);
     sigemptyset(&defaults);
-    for (int sig : {SIGPIPE, SIGINT, SIGQUIT, SIGHUP, SIGTERM, SIGCHLD, SIGUSR1, SIGUSR2, SIGALRM}) {
+    for (int sig :
+         {SIGPIPE, SIGINT, SIGQUIT, SIGHUP, SIGTERM, SIGCHLD, SIGUSR1, SIGUSR2, SIGALRM}) {
       sigaddset(&defaults, sig);
     }
     posix_spawnattr_setsigmask(&attr_, &none);

@@ -2,10 +2,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
@@ -87,7 +86,8 @@ TEST(ExecCmd, ArgumentsArriveAsTheWindowsRulesSplitThem) {
   std::string line = "\"" + script + "\" " + out +
                      R"( "a b" C:\dir\file.txt "say \"hi\"" "" "tail\\" x\\\"y "c""d")";
   ASSERT_EQ(api.ExecCmd(line, true), 0);
-  EXPECT_EQ(Slurp(out), "[a b]\n[C:\\dir\\file.txt]\n[say \"hi\"]\n[]\n[tail\\]\n[x\\\"y]\n[c\"d]\n");
+  EXPECT_EQ(Slurp(out),
+            "[a b]\n[C:\\dir\\file.txt]\n[say \"hi\"]\n[]\n[tail\\]\n[x\\\"y]\n[c\"d]\n");
 
   // A bare name is found on PATH, never by a shell.
   std::string old_path = std::getenv("PATH");
@@ -106,8 +106,8 @@ TEST(ExecCmd, MinusOneWhenTheProgramCannotStart) {
   EXPECT_EQ(api.ExecCmd("no-such-program-qor-10", true), -1);
   EXPECT_EQ(api.ExecCmd("no-such-program-qor-10"), -1);
   EXPECT_EQ(api.ExecCmd(dir.File("missing"), true), -1);
-  EXPECT_EQ(api.ExecCmd(plain, true), -1);                  // not executable
-  EXPECT_EQ(api.ExecCmd(dir.path().string(), true), -1);    // a folder
+  EXPECT_EQ(api.ExecCmd(plain, true), -1);                // not executable
+  EXPECT_EQ(api.ExecCmd(dir.path().string(), true), -1);  // a folder
   EXPECT_EQ(api.ExecCmd("", true), -1);
   EXPECT_EQ(api.ExecCmd("   ", true), -1);
   EXPECT_EQ(api.ExecCmd(std::string("true\0 x", 7), true), -1);
