@@ -14,6 +14,8 @@
 #include <sstream>
 #include <thread>
 
+#include "shell/test_files.h"
+
 extern char** environ;
 
 namespace qor::shell {
@@ -23,13 +25,6 @@ namespace {
 void WriteFile(const std::string& path, const std::string& text, mode_t mode = 0644) {
   std::ofstream(path, std::ios::binary) << text;
   chmod(path.c_str(), mode);
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 // A minimal driver whose only filter passes text through to the device.
@@ -143,8 +138,8 @@ CupsServer::~CupsServer() {
 }
 
 std::string CupsServer::StartError() const {
-  return "cupsd did not start:\n" + ReadFile(folder_ + "/log/stdout") +
-         ReadFile(folder_ + "/log/error_log");
+  return "cupsd did not start:\n" + ReadText(folder_ + "/log/stdout") +
+         ReadText(folder_ + "/log/error_log");
 }
 
 bool CupsServer::AddQueue(const std::string& name, const std::string& out) {
@@ -158,14 +153,6 @@ bool CupsServer::SetServerDefault(const std::string& name) {
   return Succeeds({"lpadmin", "-d", name});
 }
 
-std::string CupsServer::WaitForOutput(const std::string& file) const {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (std::chrono::steady_clock::now() < deadline) {
-    std::string text = ReadFile(file);
-    if (!text.empty()) return text;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return "";
-}
+std::string CupsServer::WaitForOutput(const std::string& file) const { return WaitForText(file); }
 
 }  // namespace qor::shell

@@ -41,21 +41,6 @@ std::string Unescape(const std::string& value) {
   return out;
 }
 
-std::vector<std::string> SplitList(const std::string& value) {
-  std::vector<std::string> items;
-  std::string item;
-  for (char c : value) {
-    if (c == ';') {
-      if (!item.empty()) items.push_back(item);
-      item.clear();
-    } else {
-      item += c;
-    }
-  }
-  if (!item.empty()) items.push_back(item);
-  return items;
-}
-
 // Splits an Exec value into its words; nullopt for an unclosed quote.
 std::optional<std::vector<std::string>> SplitExec(const std::string& exec) {
   std::vector<std::string> words;
@@ -100,6 +85,21 @@ std::string FileUri(const std::string& path) {
 
 }  // namespace
 
+std::vector<std::string> SplitDesktopList(const std::string& value) {
+  std::vector<std::string> items;
+  std::string item;
+  for (char c : value) {
+    if (c == ';') {
+      if (!item.empty()) items.push_back(item);
+      item.clear();
+    } else {
+      item += c;
+    }
+  }
+  if (!item.empty()) items.push_back(item);
+  return items;
+}
+
 std::optional<DesktopEntry> ReadDesktopEntry(const std::string& path) {
   std::ifstream in(path);
   if (!in) return std::nullopt;
@@ -124,7 +124,7 @@ std::optional<DesktopEntry> ReadDesktopEntry(const std::string& path) {
     if (key == "Exec") entry.exec = value;
     if (key == "Icon") entry.icon = value;
     if (key == "Hidden") entry.hidden = value == "true";
-    if (key == "MimeType") entry.mime_types = SplitList(value);
+    if (key == "MimeType") entry.mime_types = SplitDesktopList(value);
   }
   if (!seen) return std::nullopt;
   return entry;

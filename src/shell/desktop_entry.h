@@ -21,6 +21,10 @@ struct DesktopEntry {
   std::vector<std::string> mime_types;
 };
 
+// The items of a ";"-separated list value (MimeType, mimeapps.list
+// entries), empty items left out.
+std::vector<std::string> SplitDesktopList(const std::string& value);
+
 // Reads the [Desktop Entry] group of the file (unlocalised keys only);
 // nullopt when the file cannot be read or has no such group.
 std::optional<DesktopEntry> ReadDesktopEntry(const std::string& path);

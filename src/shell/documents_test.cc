@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "shell/desktop_entry.h"
+#include "shell/test_files.h"
 #include "shell/winapi.h"
 #include "shell/xdg_mime.h"
 #include "testing/test_util.h"
@@ -20,26 +21,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 void Write(const fs::path& path, const std::string& text) {
   fs::create_directories(path.parent_path());
   std::ofstream(path) << text;
-}
-
-std::string WaitForFile(const std::string& path) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (std::chrono::steady_clock::now() < deadline) {
-    std::string text = Slurp(path);
-    if (!text.empty()) return text;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return "";
 }
 
 // A desktop of its own: XDG data and config folders in a temporary folder,
@@ -90,8 +74,8 @@ TEST_F(XdgDesktop, OpenHandsTheDocumentToItsApplicationAndReturnsFalse) {
   Write(doc, "Dear reader");
   EXPECT_EQ(shell::MimeTypeOf(doc), "text/x-qor-test");
   EXPECT_FALSE(api.ExecDoc(doc, 1, false, false, true));
-  EXPECT_EQ(WaitForFile(marker_), "Dear reader");
-  EXPECT_EQ(Slurp(marker_ + ".args"), doc + "|--from|Marker|");
+  EXPECT_EQ(shell::WaitForText(marker_), "Dear reader");
+  EXPECT_EQ(shell::ReadText(marker_ + ".args"), doc + "|--from|Marker|");
   EXPECT_TRUE(ui->Events().empty());
 }
 
@@ -110,7 +94,7 @@ TEST_F(XdgDesktop, TheUsersDefaultApplicationWins) {
   qorWinAPI api;
   EXPECT_FALSE(api.ExecDoc("memo.qortest"));
   fs::current_path(old);
-  EXPECT_EQ(WaitForFile(marker_), "other\n");
+  EXPECT_EQ(shell::WaitForText(marker_), "other\n");
 }
 
 TEST_F(XdgDesktop, WaitFlagShowsTheThreeLineMessageAfterAHandOver) {
@@ -125,7 +109,7 @@ TEST_F(XdgDesktop, WaitFlagShowsTheThreeLineMessageAfterAHandOver) {
             Variant("Click Ok to continue\r\n(Please wait until the external operation has\r\n"
                     "completed - File saved or Printing finished)"));
   EXPECT_EQ(events[0].Field("title"), Variant("Unknown Application Message"));
-  WaitForFile(marker_);
+  shell::WaitForText(marker_);
 }
 
 TEST_F(XdgDesktop, FailuresReportTheShellsNumbersOnlyWhenVerbose) {

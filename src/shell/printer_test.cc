@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "shell/cups_server.h"
+#include "shell/test_files.h"
 #include "shell/winapi.h"
 #include "testing/test_util.h"
 
@@ -20,13 +21,6 @@ namespace qor {
 namespace {
 
 using shell::ahtGetToken;
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 // Runs body on a thread of its own, which starts with nothing remembered.
 void OnFreshThread(const std::function<void()>& body) { std::thread(body).join(); }
@@ -161,7 +155,8 @@ TEST_F(CupsPrinters, TwoPrintersListSelectAndSwitchTheDefault) {
   // The user's default, as lpoptions keeps it, round-trips the device text.
   EXPECT_TRUE(printers.SetDefaultPrinter(list.AsArray().elements()[1]));
   EXPECT_EQ(printers.GetDefaultPrinter(), Variant(Device("Zebra")));
-  EXPECT_NE(Slurp(server_->home() + "/.cups/lpoptions").find("Default Zebra"), std::string::npos);
+  EXPECT_NE(shell::ReadText(server_->home() + "/.cups/lpoptions").find("Default Zebra"),
+            std::string::npos);
   EXPECT_TRUE(printers.SetDefaultPrinter(Variant("Office")));  // a text without commas
   EXPECT_EQ(printers.GetDefaultPrinter(), Variant(Device("Office")));
   EXPECT_FALSE(printers.SetDefaultPrinter(Variant("Nowhere,cups,file:///x")));
@@ -221,7 +216,7 @@ TEST_F(CupsPrinters, PrintingWithoutADefaultOrServerIsNumber31) {
   for (const ui::UiEvent& event : events) {
     EXPECT_EQ(event.Field("text"), Variant("Error trying to ShellExecute 31"));
   }
-  EXPECT_EQ(Slurp(Out("Office")), "");
+  EXPECT_EQ(shell::ReadText(Out("Office")), "");
 }
 
 }  // namespace

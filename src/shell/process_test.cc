@@ -12,6 +12,7 @@
 #include <sstream>
 #include <thread>
 
+#include "shell/test_files.h"
 #include "shell/winapi.h"
 #include "testing/test_util.h"
 
@@ -19,13 +20,6 @@ namespace qor {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 void WriteScript(const std::string& path, const std::string& body) {
   std::ofstream(path) << "#!/bin/sh\n" << body;
@@ -72,7 +66,7 @@ TEST(ExecCmd, WaitsForTheExitCodeOrReturnsAtOnce) {
   EXPECT_EQ(api.ExecCmd("sh -c \"sleep 1; echo done > '" + marker + "'\""), 0);
   EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(500));
   EXPECT_FALSE(std::filesystem::exists(marker)) << "the child should still be sleeping";
-  EXPECT_TRUE(WaitFor([&] { return Slurp(marker) == "done\n"; }));
+  EXPECT_TRUE(WaitFor([&] { return shell::ReadText(marker) == "done\n"; }));
   EXPECT_TRUE(WaitFor([] { return ZombieChildren() == 0; }, 3)) << "a child was left as a zombie";
 }
 
@@ -86,7 +80,7 @@ TEST(ExecCmd, ArgumentsArriveAsTheWindowsRulesSplitThem) {
   std::string line = "\"" + script + "\" " + out +
                      R"( "a b" C:\dir\file.txt "say \"hi\"" "" "tail\\" x\\\"y "c""d")";
   ASSERT_EQ(api.ExecCmd(line, true), 0);
-  EXPECT_EQ(Slurp(out),
+  EXPECT_EQ(shell::ReadText(out),
             "[a b]\n[C:\\dir\\file.txt]\n[say \"hi\"]\n[]\n[tail\\]\n[x\\\"y]\n[c\"d]\n");
 
   // A bare name is found on PATH, never by a shell.
@@ -94,7 +88,7 @@ TEST(ExecCmd, ArgumentsArriveAsTheWindowsRulesSplitThem) {
   setenv("PATH", (dir.path().string() + "/with space:" + old_path).c_str(), 1);
   EXPECT_EQ(api.ExecCmd("args.sh " + out + " $HOME;|x", true), 0);
   setenv("PATH", old_path.c_str(), 1);
-  EXPECT_EQ(Slurp(out), "[$HOME;|x]\n");
+  EXPECT_EQ(shell::ReadText(out), "[$HOME;|x]\n");
 }
 
 TEST(ExecCmd, MinusOneWhenTheProgramCannotStart) {
@@ -123,7 +117,7 @@ TEST(ExecCmd, NoDescriptorLeaksIntoTheChild) {
   std::string out = dir.File("fds");
   EXPECT_EQ(api.ExecCmd("sh -c \"ls -l /proc/$$/fd > '" + out + "'\"", true), 0);
   close(fd);
-  std::string listing = Slurp(out);
+  std::string listing = shell::ReadText(out);
   EXPECT_NE(listing.find(out), std::string::npos) << listing;  // the listing itself is open
   EXPECT_EQ(listing.find("leak-marker"), std::string::npos) << listing;
 }

@@ -10,17 +10,11 @@
 #include <sstream>
 
 #include "frame/error.h"
+#include "shell/test_files.h"
 #include "testing/test_util.h"
 
 namespace qor {
 namespace {
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 mode_t Mode(const std::string& path) {
   struct stat st;
@@ -57,12 +51,12 @@ TEST(WinApi, CopyFileOverwritesAndKeepsNoHalfFiles) {
   std::ofstream(src) << "new content";
   std::ofstream(dst) << "old";
   EXPECT_TRUE(api.CopyFile(src, dst));
-  EXPECT_EQ(Slurp(dst), "new content");
+  EXPECT_EQ(shell::ReadText(dst), "new content");
   // Nothing but the two files is left in the folder.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
 
   EXPECT_FALSE(api.CopyFile(dir.File("missing"), dst));
-  EXPECT_EQ(Slurp(dst), "new content");
+  EXPECT_EQ(shell::ReadText(dst), "new content");
   EXPECT_FALSE(api.CopyFile(src, dir.File("no-folder/dst.txt")));
   EXPECT_FALSE(api.CopyFile(dir.path().string(), dst));  // a folder is not copied
   EXPECT_FALSE(api.CopyFile("", dst));

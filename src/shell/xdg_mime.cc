@@ -97,16 +97,7 @@ std::vector<std::string> ListedApps(const std::string& file, const std::string& 
     if (!in_section || eq == std::string::npos || vb::Trim(line.substr(0, eq)) != mime_type) {
       continue;
     }
-    std::vector<std::string> ids;
-    std::string rest = vb::Trim(line.substr(eq + 1));
-    size_t start = 0;
-    while (start < rest.size()) {
-      size_t end = rest.find(';', start);
-      if (end == std::string::npos) end = rest.size();
-      if (end > start) ids.push_back(rest.substr(start, end - start));
-      start = end + 1;
-    }
-    return ids;
+    return SplitDesktopList(vb::Trim(line.substr(eq + 1)));
   }
   return {};
 }
