@@ -40,7 +40,13 @@ class DestList {
 
   int count() const { return count_; }
   cups_dest_t* dests() const { return dests_; }
-  bool failed() const { return count_ == 0 && cupsLastError() > IPP_STATUS_OK_EVENTS_COMPLETE; }
+  // Whether the server could not be asked (a server without queues answers
+  // "not found", which is no failure).
+  bool failed() const {
+    ipp_status_t status = cupsLastError();
+    return count_ == 0 && status > IPP_STATUS_OK_EVENTS_COMPLETE &&
+           status != IPP_STATUS_ERROR_NOT_FOUND;
+  }
 
  private:
   int count_ = 0;

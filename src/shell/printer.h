@@ -77,7 +77,11 @@ namespace shell {
 // and gives Null.
 Variant ahtGetToken(const Variant& value, const std::string& delimiter, int16_t piece);
 
-// The library's list selection: one choice among items, prompt as title.
+// The one call through which SelectPrinter shows its choice: a list
+// selection for one item among the device texts, titled with prompt ("List
+// Form" when prompt is ""). Returns the chosen position, nullopt for Cancel.
+// It asks the ui backend's list directly; this is the seam where qorList
+// (Init, AddItem for each text, Display) serves the same request.
 std::optional<int> ChooseFromList(const std::vector<std::string>& items, const std::string& prompt);
 
 }  // namespace shell

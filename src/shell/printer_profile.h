@@ -36,7 +36,9 @@ class PrinterProfile {
 // GetDevicesSection give can be written back.
 std::unique_ptr<PrinterProfile> MakeCupsPrinterProfile();
 
-// The profile for this process.
+// The profile for this process: CUPS. The profile-file implementation,
+// chosen by QOR_PRINTER_PROFILE=<path>, joins here with the INI engine it
+// reads and writes with.
 std::unique_ptr<PrinterProfile> MakePrinterProfile();
 
 }  // namespace qor::shell

@@ -194,6 +194,7 @@ TEST_F(CupsPrinters, SetPrinterRemembersPerThreadAndReSetPrinterRestores) {
 TEST_F(CupsPrinters, PrintingWithoutADefaultOrServerIsNumber31) {
   testing::ScriptedUi ui;
   UseQueues({});
+  std::remove(Out("Office").c_str());
   qorWinAPI api;
   std::string doc = server_->folder() + "/note.txt";
   std::ofstream(doc) << "note\n";
