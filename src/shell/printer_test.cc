@@ -97,7 +97,7 @@ std::set<std::string> CupsPrinters::queues_;
 
 TEST_F(CupsPrinters, WithoutPrintersEverythingFailsQuietly) {
   testing::ScriptedUi ui;
-  UseQueues({});
+  ASSERT_NO_FATAL_FAILURE(UseQueues({}));
   qorWinAPIPrinter printers;
   EXPECT_TRUE(printers.GetDefaultPrinter().IsNull());
   Variant list(Array(VarType::kString, {{0, 0}}));
@@ -116,7 +116,7 @@ TEST_F(CupsPrinters, WithoutPrintersEverythingFailsQuietly) {
 
 TEST_F(CupsPrinters, OnePrinterIsChosenWithoutAskingAndPrintsDocuments) {
   testing::ScriptedUi ui;
-  UseQueues({"Office"});
+  ASSERT_NO_FATAL_FAILURE(UseQueues({"Office"}));
   qorWinAPIPrinter printers;
   EXPECT_EQ(printers.GetDefaultPrinter(), Variant(Device("Office")));
   EXPECT_EQ(printers.SelectPrinter("Pick"), Device("Office"));
@@ -132,7 +132,7 @@ TEST_F(CupsPrinters, OnePrinterIsChosenWithoutAskingAndPrintsDocuments) {
 
 TEST_F(CupsPrinters, TwoPrintersListSelectAndSwitchTheDefault) {
   testing::ScriptedUi ui;
-  UseQueues({"Office", "Zebra"});
+  ASSERT_NO_FATAL_FAILURE(UseQueues({"Office", "Zebra"}));
   qorWinAPIPrinter printers;
   Variant list(Array(VarType::kString, {{0, -1}}));
   EXPECT_TRUE(printers.GetPrinters(list));
@@ -166,7 +166,7 @@ TEST_F(CupsPrinters, TwoPrintersListSelectAndSwitchTheDefault) {
 
 TEST_F(CupsPrinters, SetPrinterRemembersPerThreadAndReSetPrinterRestores) {
   testing::ScriptedUi ui;
-  UseQueues({"Office", "Zebra"});
+  ASSERT_NO_FATAL_FAILURE(UseQueues({"Office", "Zebra"}));
   OnFreshThread([&] {
     qorWinAPIPrinter printers;
     // A blank printer asks; cancelling changes nothing.
@@ -193,13 +193,13 @@ TEST_F(CupsPrinters, SetPrinterRemembersPerThreadAndReSetPrinterRestores) {
 
 TEST_F(CupsPrinters, PrintingWithoutADefaultOrServerIsNumber31) {
   testing::ScriptedUi ui;
-  UseQueues({});
+  ASSERT_NO_FATAL_FAILURE(UseQueues({}));
   std::remove(Out("Office").c_str());
   qorWinAPI api;
   std::string doc = server_->folder() + "/note.txt";
   std::ofstream(doc) << "note\n";
   EXPECT_FALSE(api.ExecDoc(doc, 1, true, false, true));  // no default destination
-  UseQueues({"Office"});
+  ASSERT_NO_FATAL_FAILURE(UseQueues({"Office"}));
   std::string server = std::getenv("CUPS_SERVER");
   setenv("CUPS_SERVER", (server_->folder() + "/not-running.sock").c_str(), 1);
   auto start = std::chrono::steady_clock::now();
