@@ -141,6 +141,25 @@ TEST_F(XdgDesktop, FailuresReportTheShellsNumbersOnlyWhenVerbose) {
   EXPECT_FALSE(fs::exists(marker_));
 }
 
+TEST_F(XdgDesktop, AddedAssociationsAndDesktopIdsWithSubfolders) {
+  // Without a default the added association comes before entries that
+  // merely declare the type; "vendor-viewer.desktop" may live in vendor/.
+  Write(data_ / "applications/vendor/viewer.desktop",
+        "[Desktop Entry]\nType=Application\nName=Viewer\nExec=viewer %u\n");
+  Write(data_ / "applications/mimeapps.list",
+        "[Added Associations]\ntext/x-qor-test=vendor-viewer.desktop;\n");
+  auto app = shell::DefaultApplication("text/x-qor-test");
+  ASSERT_TRUE(app);
+  EXPECT_EQ(app->name, "Viewer");
+  // A hidden default is passed over.
+  Write(data_ / "applications/qor-hidden.desktop",
+        "[Desktop Entry]\nType=Application\nName=Hidden\nExec=x\nHidden=true\n");
+  Write(dir_.path() / "config/mimeapps.list",
+        "[Default Applications]\ntext/x-qor-test=qor-hidden.desktop\n");
+  EXPECT_EQ(shell::DefaultApplication("text/x-qor-test")->name, "Viewer");
+  EXPECT_FALSE(shell::DefaultApplication("application/x-qor-nothing"));
+}
+
 TEST(DesktopEntry, ExecQuotingAndFieldCodes) {
   testing::TempDir dir;
   Write(dir.path() / "e.desktop",
