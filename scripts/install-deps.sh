@@ -9,6 +9,7 @@ packages=(
   nlohmann-json3-dev
   libsqlite3-dev sqlite3
   clang-format
+  libcups2-dev cups-daemon cups-client xdg-utils
 )
 
 missing=()

@@ -29,6 +29,9 @@ bool WantsHelp(const std::vector<std::string>& args);
 
 int RunAutomation(const std::vector<std::string>& args);
 int RunDemo(const std::vector<std::string>& args);
+int RunPrinters(const std::vector<std::string>& args);
+int RunOpen(const std::vector<std::string>& args);
+int RunPrint(const std::vector<std::string>& args);
 
 }  // namespace qor::tool
 
