@@ -148,6 +148,7 @@ TEST_F(StoreTest, ReadOnlyAndDamagedFilesGiveTheirCodes) {
     EXPECT_EQ(store_.CreateKey(kLocalMachine, "Software", &h), kAccessDenied);
     ::chmod((dir_.path() / "system").c_str(), 0700);
   }
+  std::filesystem::create_directories(dir_.path() / "system");
   std::ofstream(store_.FileOf(kUsers)) << "this is not a database, just some text";
   HKey h = 0;
   SqliteStore fresh(Here());
