@@ -202,49 +202,22 @@ bool qorWinAPIReg::WriteSubtree(int32_t root, const std::string& path, const std
     return false;
   }
   registry::AppendLine(file, registry::KeyLine(root, cp_path));
-  std::string name(2000, '\0');
-  std::string data(2000, '\0');
-  for (uint32_t index = 0;; ++index) {
-    uint32_t name_size = 2000;
-    uint32_t data_size = 2000;
-    uint32_t type = 0;
-    if (store_->EnumValue(key.get(), index, name.data(), &name_size, &type,
-                          reinterpret_cast<uint8_t*>(data.data()),
-                          &data_size) != registry::kSuccess) {
-      break;
-    }
-    std::string value_name = winapi_->SwabString(name);
-    std::string shown = registry::FromCodePage(value_name);
-    uint32_t length = 0;
-    if (type == registry::kRegSz || type == registry::kRegExpandSz) {
-      length = data_size;
-    } else if (type == registry::kRegDword || type == registry::kRegBinary) {
-      bool dword = type == registry::kRegDword;
-      uint32_t read_type = type;
-      length = dword ? 4 : 2000;
-      std::string kind = dword ? "DWORD" : "BINARY";
-      if (store_->QueryValue(key.get(), value_name, &read_type,
-                             reinterpret_cast<uint8_t*>(data.data()),
-                             &length) != registry::kSuccess) {
-        rep.Fail("Error reading " + kind + " value " + shown);
-        return false;
-      }
-      if (read_type != type) {
-        rep.Fail(kind + " value type mis-match on " + shown);
-        return false;
-      }
-    } else {
-      rep.Fail("Unsupported value type " + std::to_string(type) + " on " + shown);
+  std::string name;
+  std::string data;
+  uint32_t type = 0;
+  for (uint32_t index = 0; EnumValueAt(key.get(), index, &name, &type, &data) == 0; ++index) {
+    if (type == registry::kRegDword || type == registry::kRegBinary) {
+      if (!RereadValue(key.get(), name, type, &data, rep)) return false;
+    } else if (type != registry::kRegSz && type != registry::kRegExpandSz) {
+      rep.Fail("Unsupported value type " + std::to_string(type) + " on " +
+               registry::FromCodePage(name));
       return false;
     }
-    registry::AppendLine(
-        file, registry::ValueLine(type, value_name, std::string_view(data.data(), length), length));
+    registry::AppendLine(file, registry::ValueLine(type, name, data, data.size()));
   }
   registry::AppendLine(file, "");
-  for (uint32_t index = 0;; ++index) {
-    if (store_->EnumKey(key.get(), index, name.data(), 255) != registry::kSuccess) break;
-    std::string sub = registry::FromCodePage(winapi_->SwabString(name));
-    if (!WriteSubtree(root, path + "\\" + sub, file, verbose)) {
+  for (uint32_t index = 0; EnumKeyAt(key.get(), index, &name) == 0; ++index) {
+    if (!WriteSubtree(root, path + "\\" + registry::FromCodePage(name), file, verbose)) {
       rep.Fail("Recursive call error on " + path);
       return false;
     }

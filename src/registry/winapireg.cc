@@ -59,28 +59,62 @@ bool qorWinAPIReg::RegistryDeleteKey(int32_t pKey, const std::string& pKeyPath, 
   return Guard(Reporter("RegistryDeleteKey", false), false, [&] {
     ScopedKey key(*store_);
     if (store_->OpenKey(pKey, ToCodePage(pKeyPath), key.out()) != registry::kSuccess) return false;
-    std::string name(kNameBuffer, '\0');
-    std::string data(kDataBuffer, '\0');
-    for (uint32_t index = 0;; ++index) {
-      uint32_t name_size = kNameBuffer;
-      uint32_t data_size = kDataBuffer;
-      uint32_t type = 0;
-      if (store_->EnumValue(key.get(), index, name.data(), &name_size, &type,
-                            reinterpret_cast<uint8_t*>(data.data()),
-                            &data_size) != registry::kSuccess) {
-        break;
-      }
-      std::string value = registry::FromCodePage(winapi_->SwabString(name));
-      if (!RegistryDeleteValue(pKey, pKeyPath, value)) return false;
+    std::string name;
+    std::string data;
+    uint32_t type = 0;
+    for (uint32_t index = 0; EnumValueAt(key.get(), index, &name, &type, &data) == 0; ++index) {
+      if (!RegistryDeleteValue(pKey, pKeyPath, registry::FromCodePage(name))) return false;
     }
-    for (uint32_t index = 0;; ++index) {
-      if (store_->EnumKey(key.get(), index, name.data(), kKeyBuffer) != registry::kSuccess) break;
-      std::string sub = registry::FromCodePage(winapi_->SwabString(name));
-      if (!RegistryDeleteKey(pKey, pKeyPath + "\\" + sub, false)) return false;
+    for (uint32_t index = 0; EnumKeyAt(key.get(), index, &name) == 0; ++index) {
+      if (!RegistryDeleteKey(pKey, pKeyPath + "\\" + registry::FromCodePage(name), false)) {
+        return false;
+      }
     }
     if (key.Close() != registry::kSuccess) return false;
     return store_->DeleteKey(pKey, ToCodePage(pKeyPath)) == registry::kSuccess;
   });
+}
+
+int32_t qorWinAPIReg::EnumValueAt(HKey key, uint32_t index, std::string* name, uint32_t* type,
+                                  std::string* data) {
+  std::string name_buffer(kNameBuffer, '\0');
+  data->assign(kDataBuffer, '\0');
+  uint32_t name_size = kNameBuffer;
+  uint32_t data_size = kDataBuffer;
+  int32_t rc = store_->EnumValue(key, index, name_buffer.data(), &name_size, type,
+                                 reinterpret_cast<uint8_t*>(data->data()), &data_size);
+  if (rc != registry::kSuccess) return rc;
+  *name = winapi_->SwabString(name_buffer);
+  data->resize(data_size);
+  return rc;
+}
+
+int32_t qorWinAPIReg::EnumKeyAt(HKey key, uint32_t index, std::string* name) {
+  std::string buffer(kKeyBuffer, ' ');
+  int32_t rc = store_->EnumKey(key, index, buffer.data(), kKeyBuffer);
+  if (rc == registry::kSuccess) *name = winapi_->SwabString(buffer);
+  return rc;
+}
+
+bool qorWinAPIReg::RereadValue(HKey key, const std::string& name, uint32_t type, std::string* data,
+                               const Reporter& rep) {
+  bool dword = type == registry::kRegDword;
+  std::string kind = dword ? "DWORD" : "BINARY";
+  std::string shown = registry::FromCodePage(name);
+  uint32_t read_type = type;
+  uint32_t length = dword ? 4 : kDataBuffer;
+  data->assign(length, '\0');
+  if (store_->QueryValue(key, name, &read_type, reinterpret_cast<uint8_t*>(data->data()),
+                         &length) != registry::kSuccess) {
+    rep.Fail("Error reading " + kind + " value " + shown);
+    return false;
+  }
+  if (read_type != type) {
+    rep.Fail(kind + " value type mis-match on " + shown);
+    return false;
+  }
+  data->resize(length);
+  return true;
 }
 
 bool qorWinAPIReg::RegistryDeleteValue(int32_t pKey, const std::string& pKeyPath,

@@ -31,6 +31,8 @@
 
 namespace qor {
 
+class Reporter;
+
 class qorWinAPIReg : public Object {
  public:
   // Uses registry::DefaultStore() as it is when the object is made.
@@ -104,6 +106,16 @@ class qorWinAPIReg : public Object {
   registry::RegistryStore& store() { return *store_; }
 
  private:
+  // One entry of an enumeration into the fixed platform buffers (names of
+  // 2000 characters, data of 2000 bytes, subkey names of 255), the name cut
+  // at its first NUL; 0 or the platform's code.
+  int32_t EnumValueAt(registry::HKey key, uint32_t index, std::string* name, uint32_t* type,
+                      std::string* data);
+  int32_t EnumKeyAt(registry::HKey key, uint32_t index, std::string* name);
+  // Reads a DWORD or binary value again, checking that its type is still
+  // the one enumerated; reports and gives false on a failure.
+  bool RereadValue(registry::HKey key, const std::string& name, uint32_t type, std::string* data,
+                   const Reporter& rep);
   bool WriteSubtree(int32_t root, const std::string& path, const std::string& file, bool verbose);
   bool OpenOrCreate(int32_t pKey, const std::string& pKeyPath, registry::HKey* handle);
 
