@@ -29,6 +29,8 @@ bool WantsHelp(const std::vector<std::string>& args);
 
 int RunAutomation(const std::vector<std::string>& args);
 int RunDemo(const std::vector<std::string>& args);
+int RunRegistry(const std::vector<std::string>& args);
+int RunIni(const std::vector<std::string>& args);
 
 }  // namespace qor::tool
 
