@@ -11,8 +11,6 @@
 #include <sstream>
 #include <vector>
 
-#include "registry/codepage.h"
-
 namespace qor::registry {
 namespace {
 
@@ -26,9 +24,7 @@ struct Section {
   std::vector<Entry> entries;
 };
 
-bool IsSpace(unsigned char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r') || c == 0x1A || (c >= 0x1C && c <= 0x1F) || c == 0xA0;
-}
+bool IsSpace(unsigned char c) { return (c >= '\t' && c <= '\r') || c == 0x1A || c == ' '; }
 
 std::string_view TrimLeft(std::string_view s) {
   while (!s.empty() && IsSpace(s.front())) s.remove_prefix(1);
@@ -40,27 +36,40 @@ std::string_view TrimRight(std::string_view s) {
 }
 std::string_view Trim(std::string_view s) { return TrimRight(TrimLeft(s)); }
 std::string UpTo(std::string_view s) { return std::string(s.substr(0, s.find('\0'))); }
-bool SameName(std::string_view a, std::string_view b) { return FoldCase(a) == FoldCase(b); }
+// Names compare without regard to the case of ASCII letters only, as the
+// platform's profile calls do.
+bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    char x = a[i] >= 'A' && a[i] <= 'Z' ? static_cast<char>(a[i] + 32) : a[i];
+    char y = b[i] >= 'A' && b[i] <= 'Z' ? static_cast<char>(b[i] + 32) : b[i];
+    if (x != y) {
+      return false;
+    }
+  }
+  return true;
+}
 
-// The parsed file; section 0 is the one without a name.
+// The parsed file. A file with content starts with a section without a name
+// holding the entries before the first "[...]" line.
 class Profile {
  public:
   // Reads the file; a missing file is an empty profile. False when it
   // exists and cannot be read.
   bool Load(const std::filesystem::path& path) {
-    sections_.assign(1, Section{});
+    sections_.clear();
     std::ifstream in(path, std::ios::binary);
     if (!in) return errno == ENOENT;
     std::stringstream all;
     all << in.rdbuf();
-    Parse(all.str());
+    if (!all.str().empty()) Parse(all.str());
     return true;
   }
 
   std::string Text() const {
     std::string out;
     for (const Section& s : sections_) {
-      if (!s.name.empty()) out += "\r\n[" + s.name + "]\r\n";
+      if (!s.name.empty()) out += "[" + s.name + "]\r\n";
       for (const Entry& e : s.entries) {
         out += e.name;
         if (e.value) out += "=" + *e.value;
@@ -70,14 +79,15 @@ class Profile {
     return out;
   }
 
-  // The first section of a name (compared as given), or nullptr.
+  // The first section of a name, compared as given.
   Section* FindSection(std::string_view name) {
     for (Section& s : sections_) {
-      if (!s.name.empty() && SameName(s.name, name)) return &s;
+      if (SameName(s.name, name)) return &s;
     }
     return nullptr;
   }
-  // The entry for trimmed names, made (with its section) when asked.
+  // The entry for trimmed names; made (with its section) when asked, the
+  // new names trimmed on the left only, as the platform does.
   Entry* Find(std::string_view section, std::string_view key, bool create) {
     Section* s = FindSection(Trim(section));
     if (s) {
@@ -86,14 +96,13 @@ class Profile {
       }
     }
     if (!create) return nullptr;
-    // New names keep their trailing blanks, as the platform does.
     if (!s) s = &sections_.emplace_back(Section{std::string(TrimLeft(section)), {}});
     return &s->entries.emplace_back(Entry{std::string(TrimLeft(key)), std::nullopt});
   }
   bool DeleteSection(std::string_view name) {
-    for (size_t i = 1; i < sections_.size(); ++i) {
-      if (SameName(sections_[i].name, name)) {
-        sections_.erase(sections_.begin() + static_cast<std::ptrdiff_t>(i));
+    for (auto it = sections_.begin(); it != sections_.end(); ++it) {
+      if (SameName(it->name, name)) {
+        sections_.erase(it);
         return true;
       }
     }
@@ -101,10 +110,10 @@ class Profile {
   }
   bool DeleteEntry(std::string_view section, std::string_view key) {
     for (Section& s : sections_) {
-      if (s.name.empty() || !SameName(s.name, section)) continue;
-      for (size_t i = 0; i < s.entries.size(); ++i) {
-        if (SameName(s.entries[i].name, key)) {
-          s.entries.erase(s.entries.begin() + static_cast<std::ptrdiff_t>(i));
+      if (!SameName(s.name, section)) continue;
+      for (auto it = s.entries.begin(); it != s.entries.end(); ++it) {
+        if (SameName(it->name, key)) {
+          s.entries.erase(it);
           return true;
         }
       }
@@ -115,19 +124,19 @@ class Profile {
 
  private:
   void Parse(std::string_view text) {
-    Section* current = &sections_[0];
-    bool last_was_unnamed = false;
-    bool any_entry = false;
+    Section* current = &sections_.emplace_back();
+    const Entry* last = nullptr;
     while (!text.empty()) {
-      size_t end = text.find('\n');
+      size_t end = text.find_first_of("\r\n");
       std::string_view line = Trim(text.substr(0, end));
-      text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+      size_t next = text.find_first_not_of("\r\n", end);
+      text.remove_prefix(next == std::string_view::npos ? text.size() : next);
       if (line.empty()) continue;
       if (line.front() == '[') {
         size_t close = line.rfind(']');
-        if (close != std::string_view::npos) {
-          current = &sections_.emplace_back(Section{UpTo(line.substr(1, close - 1)), {}});
-          any_entry = false;
+        if (close != std::string_view::npos && close > 0) {
+          current = &sections_.emplace_back(Section{UpTo(Trim(line.substr(1, close - 1))), {}});
+          last = nullptr;
           continue;
         }
       }
@@ -139,11 +148,10 @@ class Profile {
         e.value = UpTo(TrimLeft(line.substr(eq + 1)));
       }
       e.name = UpTo(name);
-      // Runs of entries without a name collapse into the first.
-      if (!e.name.empty() || !any_entry || !last_was_unnamed) {
-        last_was_unnamed = e.name.empty();
-        any_entry = true;
+      // A run of entries without a name keeps only its first.
+      if (!e.name.empty() || !last || !last->name.empty()) {
         current->entries.push_back(std::move(e));
+        last = &current->entries.back();
       }
     }
   }
@@ -184,7 +192,9 @@ uint32_t ListEntries(Profile& profile, std::string_view section, char* buffer, u
   uint32_t pos = 0;
   for (const Entry& e : s->entries) {
     if (left <= 2) break;
-    if (e.name.empty() || e.name.front() == ';' || !e.value) continue;
+    if ((e.name.empty() && !e.value) || (!e.name.empty() && e.name.front() == ';') || !e.value) {
+      continue;
+    }
     CopyN(buffer + pos, e.name, left - 1);
     uint32_t n = static_cast<uint32_t>(std::strlen(buffer + pos)) + 1;
     left -= n;
@@ -289,49 +299,43 @@ uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_t
                                  uint32_t size, std::string_view file) {
   if (!buffer || size == 0) return 0;
   std::string_view def = default_text.value_or("");
-  while (!def.empty() && def.back() == ' ') def.remove_suffix(1);
-  // The platform fills a buffer of its own and copies the text with its
+  // The platform fills a buffer of its own and copies the text with a
   // terminating NUL into the caller's.
   std::string work(size, '\0');
   char* w = work.data();
   uint32_t count = 0;
   Profile profile;
-  if (!profile.Load(ProfilePath(file))) {
-    if (!default_text) return 0;
-    CopyN(w, def, size);
-    count = static_cast<uint32_t>(std::strlen(w));
-  } else if (!section) {
-    count = ListSections(profile, w, size);
-  } else if (key) {
-    if (key->empty()) {
-      w[0] = '\0';
-    } else {
-      Entry* e = profile.Find(*section, *key, false);
-      CopyValue(w, e && e->value ? std::string_view(*e->value) : def, size);
-      count = static_cast<uint32_t>(std::strlen(w));
-    }
-  } else if (!section->empty()) {
-    count = ListEntries(profile, *section, w, size);
+  bool loaded = profile.Load(ProfilePath(file));
+  if (!section) {
+    count = loaded ? ListSections(profile, w, size) : 0;
+  } else if (!key) {
+    count = loaded ? ListEntries(profile, *section, w, size) : 0;
     if (w[0] == '\0') {
       CopyValue(w, def, size);
       count = static_cast<uint32_t>(std::strlen(w));
     }
   } else {
-    w[0] = '\0';
+    while (!def.empty() && def.back() == ' ') def.remove_suffix(1);
+    if (loaded) {
+      Entry* e = profile.Find(*section, *key, false);
+      CopyValue(w, e && e->value ? std::string_view(*e->value) : def, size);
+    } else {
+      CopyN(w, def, size);
+    }
+    count = static_cast<uint32_t>(std::strlen(w));
   }
   std::memcpy(buffer, w, std::min<uint32_t>(count + 1, size));
   return count;
 }
 
 bool WritePrivateProfileString(OptText section, OptText key, OptText value, std::string_view file) {
-  if (!section && !key && !value) return true;  // the platform's "flush"
   if (!section) return false;
   std::filesystem::path path = ProfilePath(file);
   Profile profile;
   if (!profile.Load(path)) return false;
   bool changed = false;
   if (!key) {
-    changed = profile.DeleteSection(*section);
+    changed = profile.DeleteSection(*section);  // true also when there was none
   } else if (!value) {
     changed = profile.DeleteEntry(*section, *key);
   } else {

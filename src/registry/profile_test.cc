@@ -59,7 +59,8 @@ TEST_F(Ini, ReadsWithThePlatformRules) {
   EXPECT_EQ(Get("Colours", "half").second, std::string("\"open\0", 6));
   EXPECT_EQ(Get("Colours", "noequals").second, std::string("dflt\0", 5));
   EXPECT_EQ(Get("Sizes", "width").second, std::string("10\0", 3));
-  EXPECT_EQ(Get("", "top").second, std::string("dflt\0", 5));
+  // An empty section name is the part before the first section.
+  EXPECT_EQ(Get("", "top").second, std::string("never found\0", 12));
   // "[Other" has no "]" and is an entry of [colours].
   EXPECT_EQ(Get("Colours", std::nullopt),
             std::make_pair(24u, std::string("Fore\0quoted\0single\0half\0\0", 25)));
@@ -82,14 +83,14 @@ TEST_F(Ini, ReadsWithThePlatformRules) {
 
 TEST_F(Ini, WritesCreateReplaceAndDelete) {
   EXPECT_TRUE(WritePrivateProfileString("Main", "Colour", "  Blue", file_));
-  EXPECT_EQ(Text(), "\r\n[Main]\r\nColour=Blue\r\n");
+  EXPECT_EQ(Text(), "[Main]\r\nColour=Blue\r\n");
   EXPECT_TRUE(WritePrivateProfileString(" main ", "COLOUR", "Red", file_));
   EXPECT_TRUE(WritePrivateProfileString("Second", "k", "v", file_));
   EXPECT_TRUE(WritePrivateProfileString("Main", "Size", "1", file_));
-  EXPECT_EQ(Text(), "\r\n[Main]\r\nColour=Red\r\nSize=1\r\n\r\n[Second]\r\nk=v\r\n");
+  EXPECT_EQ(Text(), "[Main]\r\nColour=Red\r\nSize=1\r\n[Second]\r\nk=v\r\n");
   EXPECT_TRUE(WritePrivateProfileString("main", "colour", std::nullopt, file_));
   EXPECT_TRUE(WritePrivateProfileString("second", std::nullopt, std::nullopt, file_));
-  EXPECT_EQ(Text(), "\r\n[Main]\r\nSize=1\r\n");
+  EXPECT_EQ(Text(), "[Main]\r\nSize=1\r\n");
   EXPECT_FALSE(WritePrivateProfileString(std::nullopt, "k", "v", file_));
   // Deleting what is not there leaves no file behind.
   EXPECT_TRUE(WritePrivateProfileString("a", "b", std::nullopt, dir_.File("never.ini")));
@@ -97,7 +98,7 @@ TEST_F(Ini, WritesCreateReplaceAndDelete) {
   // Comments, junk and NUL bytes survive a rewrite as the platform keeps them.
   Put(std::string("; note\r\n[S]\r\njunk \x01 line\r\nnul=a\0b\r\n", 35));
   EXPECT_TRUE(WritePrivateProfileString("S", "new", "1", file_));
-  EXPECT_EQ(Text(), "; note\r\n\r\n[S]\r\njunk \x01 line\r\nnul=a\r\nnew=1\r\n");
+  EXPECT_EQ(Text(), "; note\r\n[S]\r\njunk \x01 line\r\nnul=a\r\nnew=1\r\n");
   // A folder that does not exist cannot be written; nothing is made.
   EXPECT_FALSE(WritePrivateProfileString("S", "k", "v", dir_.File("no/such/dir.ini")));
 }

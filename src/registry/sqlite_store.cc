@@ -112,22 +112,23 @@ int RootIndex(HKey key) {
   return static_cast<int>(u - 0x80000000u);
 }
 
-// Splits a key path at "\". One trailing "\" is allowed; an empty component
-// elsewhere is a bad path, a component over the platform's limit an
-// invalid parameter.
-int32_t SplitPath(std::string_view path, std::vector<std::string_view>* parts) {
+// Splits a key path at "\" as the platform does: runs of "\" and a
+// trailing one are passed over, a leading one is a bad path, a path longer
+// than the "A" calls convert (260 characters) is too much data, a component
+// longer than the key name limit an invalid parameter. The tree delete has
+// neither limit here: it meets a component that is too long only when the
+// keys before it exist (see DeleteTree).
+int32_t SplitPath(std::string_view path, std::vector<std::string_view>* parts,
+                  bool limit_length = true) {
   parts->clear();
-  if (path.empty()) return kSuccess;
-  if (path.back() == '\\') path.remove_suffix(1);
+  if (limit_length && path.size() > kMaxPathLength) return kMoreData;
+  if (!path.empty() && path.front() == '\\') return kBadPathname;
   size_t start = 0;
-  while (true) {
-    size_t end = path.find('\\', start);
-    std::string_view part =
-        path.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start);
-    if (part.empty()) return kBadPathname;
-    if (part.size() > kMaxKeyNameLength) return kInvalidParameter;
-    parts->push_back(part);
-    if (end == std::string_view::npos) break;
+  while (start < path.size()) {
+    size_t end = std::min(path.find('\\', start), path.size());
+    std::string_view part = path.substr(start, end - start);
+    if (limit_length && part.size() > kMaxKeyNameLength) return kInvalidParameter;
+    if (!part.empty()) parts->push_back(part);
     start = end + 1;
   }
   return kSuccess;
@@ -311,9 +312,7 @@ int32_t SqliteStore::OpenKey(HKey key, std::string_view path, HKey* result) {
     Target t;
     std::vector<std::string_view> parts;
     if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
-    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) {
-      return rc == kBadPathname ? kFileNotFound : rc;
-    }
+    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) return rc;
     int32_t error;
     sqlite3* db = Connection(t.root, false, &error);
     if (!db) {
@@ -381,7 +380,10 @@ int32_t SqliteStore::QueryValue(HKey key, std::string_view name, uint32_t* type,
     if (!KeyExists(db, t.id)) return kKeyDeleted;
     Stmt q(db, "SELECT type, data FROM reg_value WHERE key = ? AND fold = ?");
     q.Bind(1, t.id).Bind(2, FoldCase(name));
-    if (!q.Step()) return kFileNotFound;
+    if (!q.Step()) {
+      if (type) *type = kRegNone;
+      return kFileNotFound;
+    }
     std::string bytes = q.Blob(1);
     if (type) *type = static_cast<uint32_t>(q.Int(0));
     uint32_t needed = static_cast<uint32_t>(bytes.size());
@@ -409,6 +411,10 @@ int32_t SqliteStore::SetValue(HKey key, std::string_view name, uint32_t type, co
     if (!db) return error;
     Session s(db, true);
     if (!KeyExists(db, t.id)) return kKeyDeleted;
+    // A string whose count left out its terminating NUL gets it counted,
+    // as the platform does.
+    bool text = type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
+    if (text && data && size && data[size - 1] && !data[size]) ++size;
     std::string_view bytes(reinterpret_cast<const char*>(data), data ? size : 0);
     Stmt up(db,
             "INSERT INTO reg_value(key, name, fold, type, data) VALUES (?1, ?2, ?3, ?4, ?5) "
@@ -443,9 +449,7 @@ int32_t SqliteStore::DeleteKey(HKey key, std::string_view path) {
     Target t;
     std::vector<std::string_view> parts;
     if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
-    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) {
-      return rc == kBadPathname ? kFileNotFound : rc;
-    }
+    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) return rc;
     int32_t error;
     sqlite3* db = Connection(t.root, false, &error);
     if (!db) return error != kSuccess ? error : (parts.empty() ? kAccessDenied : kFileNotFound);
@@ -522,16 +526,19 @@ int32_t SqliteStore::DeleteTree(HKey key, std::string_view path) {
     Target t;
     std::vector<std::string_view> parts;
     if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
-    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) {
-      return rc == kBadPathname ? kFileNotFound : rc;
-    }
+    if (int32_t rc = SplitPath(path, &parts, false); rc != kSuccess) return rc;
     int32_t error;
     sqlite3* db = Connection(t.root, false, &error);
-    if (!db) return error != kSuccess ? error : (parts.empty() ? kSuccess : kFileNotFound);
+    if (!db && error != kSuccess) return error;
+    if (!db && !parts.empty() && parts[0].size() > kMaxKeyNameLength) return kInvalidParameter;
+    if (!db) return parts.empty() ? kSuccess : kFileNotFound;
     Session s(db, true);
     if (!KeyExists(db, t.id)) return kKeyDeleted;
-    int64_t id = Walk(db, t.id, parts);
-    if (id == 0) return kFileNotFound;
+    int64_t id = t.id;
+    for (std::string_view part : parts) {
+      if (part.size() > kMaxKeyNameLength) return kInvalidParameter;
+      if ((id = FindChild(db, id, part)) == 0) return kFileNotFound;
+    }
     // An empty path empties the key itself; a root is never deleted.
     DeleteSubtree(db, id, parts.empty() || id == kRootRow);
     s.Commit();

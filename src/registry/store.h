@@ -56,9 +56,10 @@ inline constexpr int32_t kNoMoreItems = 259;
 inline constexpr int32_t kBadDb = 1009;
 inline constexpr int32_t kKeyDeleted = 1018;
 
-// The platform's limits: a key name component of 255 characters, a value
-// name of 16383 characters.
-inline constexpr size_t kMaxKeyNameLength = 255;
+// The platform's limits: a key name component of 256 characters, a path
+// of 260 characters handed to one call, a value name of 16383 characters.
+inline constexpr size_t kMaxKeyNameLength = 256;
+inline constexpr size_t kMaxPathLength = 260;
 inline constexpr size_t kMaxValueNameLength = 16383;
 
 class RegistryStore {
@@ -76,7 +77,9 @@ class RegistryStore {
   // type may be null.
   virtual int32_t QueryValue(HKey key, std::string_view name, uint32_t* type, uint8_t* data,
                              uint32_t* size) = 0;
-  // Creates or replaces a value.
+  // Creates or replaces a value. For the string types (1, 2, 7) a NUL
+  // just past size that size left out is counted, as the platform does, so
+  // data must be readable at data[size] for them.
   virtual int32_t SetValue(HKey key, std::string_view name, uint32_t type, const uint8_t* data,
                            uint32_t size) = 0;
   virtual int32_t DeleteValue(HKey key, std::string_view name) = 0;

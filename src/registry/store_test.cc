@@ -75,7 +75,8 @@ TEST_F(StoreTest, NamesIgnoreCaseKeepFirstSpellingAndEnumerateInOrder) {
   uint32_t size = sizeof data;
   uint32_t type = 0;
   ASSERT_EQ(store_.QueryValue(h, "second", &type, data, &size), kSuccess);
-  EXPECT_EQ(std::string(reinterpret_cast<char*>(data), size), "two");
+  // The NUL that follows a string's data is counted, as the platform does.
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(data), size), std::string("two\0", 4));
   store_.CloseKey(h);
   store_.CloseKey(again);
 }
@@ -97,7 +98,7 @@ TEST_F(StoreTest, BuffersAndIndexesGiveThePlatformCodes) {
   EXPECT_EQ(store_.EnumValue(h, 0, name, &name_size, &type, data, &data_size), kMoreData);
   uint32_t query_size = 4;
   EXPECT_EQ(store_.QueryValue(h, "LongName", &type, data, &query_size), kMoreData);
-  EXPECT_EQ(query_size, 10u);
+  EXPECT_EQ(query_size, 11u);
   EXPECT_EQ(store_.QueryValue(h, "Missing", &type, nullptr, &query_size), kFileNotFound);
   EXPECT_EQ(store_.DeleteValue(h, "Missing"), kFileNotFound);
   // A key with subkeys cannot be deleted alone; the tree can.
@@ -112,15 +113,21 @@ TEST_F(StoreTest, BuffersAndIndexesGiveThePlatformCodes) {
   EXPECT_EQ(store_.OpenKey(12345, "", &h), kInvalidHandle);
 }
 
-TEST_F(StoreTest, BadPathsChangeNothing) {
+TEST_F(StoreTest, PathsFollowThePlatformRules) {
   HKey h = 0;
-  EXPECT_EQ(store_.CreateKey(kCurrentUser, "a\\\\b", &h), kBadPathname);
   EXPECT_EQ(store_.CreateKey(kCurrentUser, "\\a", &h), kBadPathname);
-  EXPECT_EQ(store_.CreateKey(kCurrentUser, "a\\" + std::string(256, 'x'), &h), kInvalidParameter);
+  EXPECT_EQ(store_.OpenKey(kCurrentUser, "\\a", &h), kBadPathname);
+  EXPECT_EQ(store_.CreateKey(kCurrentUser, "a\\" + std::string(257, 'x'), &h), kInvalidParameter);
+  EXPECT_EQ(store_.CreateKey(kCurrentUser, "a\\" + std::string(259, 'x'), &h), kMoreData);
   EXPECT_EQ(store_.OpenKey(kCurrentUser, "a", &h), kFileNotFound);  // no parent was left behind
-  EXPECT_EQ(store_.CreateKey(kCurrentUser, "a\\" + std::string(255, 'x') + "\\", &h), kSuccess);
+  // Runs of "\" and a trailing one are passed over.
+  EXPECT_EQ(store_.CreateKey(kCurrentUser, "a\\\\" + std::string(256, 'x') + "\\", &h), kSuccess);
   store_.CloseKey(h);
-  EXPECT_EQ(store_.OpenKey(kCurrentUser, "a\\\\b", &h), kFileNotFound);
+  EXPECT_EQ(store_.OpenKey(kCurrentUser, "a\\" + std::string(256, 'X'), &h), kSuccess);
+  store_.CloseKey(h);
+  // The tree delete meets a long component only below keys that exist.
+  EXPECT_EQ(store_.DeleteTree(kCurrentUser, "none\\" + std::string(300, 'x')), kFileNotFound);
+  EXPECT_EQ(store_.DeleteTree(kCurrentUser, "a\\" + std::string(300, 'x')), kInvalidParameter);
   EXPECT_EQ(store_.DeleteKey(kCurrentUser, ""), kAccessDenied);  // a root stays
 }
 

@@ -87,14 +87,14 @@ TEST_F(Reg, LongsAndBinaries) {
   EXPECT_FALSE(reg_->RegistryGetValueBinary(kCurrentUser, "N", "None", got, true));
   EXPECT_FALSE(reg_->RegistryGetValueBinary(kCurrentUser, "None", "None", got, true));
   EXPECT_FALSE(reg_->RegistrySaveValueBinary(kCurrentUser, "N", "Bad", "x", -1, true));
-  EXPECT_FALSE(reg_->RegistrySaveValueBinary(kCurrentUser, "a\\\\b", "Bad", "x", 1, true));
+  EXPECT_FALSE(reg_->RegistrySaveValueBinary(kCurrentUser, "\\a", "Bad", "x", 1, true));
   EXPECT_EQ(got, "unchanged");
   EXPECT_EQ(Reports(),
             (std::vector<std::string>{"BINARY value type mis-match on Neg",
                                       "Error reading BINARY value None", "Unable to open key",
                                       "Error writing BINARY value Bad", "Unable to create key"}));
   // A write that fails is silent for strings and longs.
-  EXPECT_FALSE(reg_->RegistrySaveValueString(kCurrentUser, "a\\\\b", "x", "y", true));
+  EXPECT_FALSE(reg_->RegistrySaveValueString(kCurrentUser, "\\a", "x", "y", true));
   EXPECT_FALSE(reg_->RegistrySaveValueLong(12345, "a", "x", 1, true));
   EXPECT_TRUE(Reports().empty());
 }
