@@ -9,7 +9,7 @@ packages=(
   nlohmann-json3-dev
   libsqlite3-dev sqlite3
   clang-format
-  wine64 g++-mingw-w64-x86-64
+  wine64 g++-mingw-w64-x86-64 clang
 )
 
 missing=()

@@ -1,8 +1,6 @@
 // The export file byte for byte, the parser's marker rules and errors, and
 // bad input that must leave the store as it was.
 
-#include "registry/export_file.h"
-
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -12,6 +10,7 @@
 #include "frame/error.h"
 #include "frame/vb.h"
 #include "registry/codepage.h"
+#include "registry/export_format.h"
 #include "registry/registry_fixture.h"
 
 namespace qor::registry {

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "registry/codepage.h"
@@ -189,6 +190,13 @@ class SqliteStore::Session {
   bool done_ = false;
 };
 
+// The state of one call on a key.
+struct SqliteStore::Call {
+  Target target;
+  sqlite3* db = nullptr;  // null for a root without a file
+  std::optional<Session> session;
+};
+
 SqliteStore::Locations SqliteStore::DefaultLocations() {
   Locations loc;
   if (const char* dir = std::getenv("QOR_REGISTRY_DIR"); dir && *dir) {
@@ -305,28 +313,51 @@ static int32_t Guarded(Work&& work) {
   }
 }
 
+// Starts a call on a key: resolves the handle and, when the root has a file
+// (or create asks for one), opens a session on it and checks that the key
+// still exists. call->db stays null for a root without a file.
+int32_t SqliteStore::Begin(HKey key, bool write, bool create, Call* call) {
+  if (int32_t rc = Resolve(key, &call->target); rc != kSuccess) return rc;
+  int32_t error;
+  call->db = Connection(call->target.root, create, &error);
+  if (!call->db) {
+    if (error != kSuccess) return error;
+    return call->target.id == kRootRow ? kSuccess : kKeyDeleted;
+  }
+  call->session.emplace(call->db, write);
+  return KeyExists(call->db, call->target.id) ? kSuccess : kKeyDeleted;
+}
+
+namespace {
+
+// Copies data out as the platform does: with no buffer only the size,
+// kMoreData (and the size needed) when it does not fit.
+int32_t CopyOut(const std::string& bytes, uint8_t* data, uint32_t* size) {
+  uint32_t needed = static_cast<uint32_t>(bytes.size());
+  if (data) {
+    if (*size < needed) {
+      *size = needed;
+      return kMoreData;
+    }
+    if (needed) std::memcpy(data, bytes.data(), needed);
+  }
+  if (size) *size = needed;
+  return kSuccess;
+}
+
+}  // namespace
+
 int32_t SqliteStore::OpenKey(HKey key, std::string_view path, HKey* result) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
     *result = 0;
-    Target t;
     std::vector<std::string_view> parts;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
+    Call c;
+    if (int32_t rc = Begin(key, false, false, &c); rc != kSuccess) return rc;
     if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) return rc;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db) {
-      if (error != kSuccess) return error;
-      if (t.id != kRootRow) return kKeyDeleted;
-      if (!parts.empty()) return kFileNotFound;
-      *result = NewHandle(t);
-      return kSuccess;
-    }
-    Session s(db, false);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    int64_t id = Walk(db, t.id, parts);
+    int64_t id = parts.empty() ? c.target.id : c.db ? Walk(c.db, c.target.id, parts) : 0;
     if (id == 0) return kFileNotFound;
-    *result = NewHandle(Target{t.root, id});
+    *result = NewHandle(Target{c.target.root, id});
     return kSuccess;
   });
 }
@@ -335,27 +366,25 @@ int32_t SqliteStore::CreateKey(HKey key, std::string_view path, HKey* result) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
     *result = 0;
-    Target t;
     std::vector<std::string_view> parts;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
-    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) return rc;
-    int32_t error;
-    sqlite3* db = Connection(t.root, true, &error);
-    if (!db) return error;
-    Session s(db, true);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    int64_t id = t.id;
+    if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) {
+      Target t;
+      return Resolve(key, &t) != kSuccess ? kInvalidHandle : rc;
+    }
+    Call c;
+    if (int32_t rc = Begin(key, true, true, &c); rc != kSuccess) return rc;
+    int64_t id = c.target.id;
     for (std::string_view part : parts) {
-      int64_t child = FindChild(db, id, part);
+      int64_t child = FindChild(c.db, id, part);
       if (child == 0) {
-        Stmt ins(db, "INSERT INTO reg_key(parent, name, fold) VALUES (?, ?, ?)");
+        Stmt ins(c.db, "INSERT INTO reg_key(parent, name, fold) VALUES (?, ?, ?)");
         ins.Bind(1, id).Bind(2, part).Bind(3, FoldCase(part)).Step();
-        child = sqlite3_last_insert_rowid(db);
+        child = sqlite3_last_insert_rowid(c.db);
       }
       id = child;
     }
-    s.Commit();
-    *result = NewHandle(Target{t.root, id});
+    c.session->Commit();
+    *result = NewHandle(Target{c.target.root, id});
     return kSuccess;
   });
 }
@@ -370,32 +399,20 @@ int32_t SqliteStore::QueryValue(HKey key, std::string_view name, uint32_t* type,
                                 uint32_t* size) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
-    Target t;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
+    Call c;
+    if (int32_t rc = Begin(key, false, false, &c); rc != kSuccess) return rc;
     if (data && !size) return kInvalidParameter;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db) return error != kSuccess ? error : kFileNotFound;
-    Session s(db, false);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    Stmt q(db, "SELECT type, data FROM reg_value WHERE key = ? AND fold = ?");
-    q.Bind(1, t.id).Bind(2, FoldCase(name));
-    if (!q.Step()) {
+    std::optional<Stmt> q;
+    if (c.db) {
+      q.emplace(c.db, "SELECT type, data FROM reg_value WHERE key = ? AND fold = ?");
+      q->Bind(1, c.target.id).Bind(2, FoldCase(name));
+    }
+    if (!q || !q->Step()) {
       if (type) *type = kRegNone;
       return kFileNotFound;
     }
-    std::string bytes = q.Blob(1);
-    if (type) *type = static_cast<uint32_t>(q.Int(0));
-    uint32_t needed = static_cast<uint32_t>(bytes.size());
-    if (data) {
-      if (*size < needed) {
-        *size = needed;
-        return kMoreData;
-      }
-      if (needed) std::memcpy(data, bytes.data(), needed);
-    }
-    if (size) *size = needed;
-    return kSuccess;
+    if (type) *type = static_cast<uint32_t>(q->Int(0));
+    return CopyOut(q->Blob(1), data, size);
   });
 }
 
@@ -406,21 +423,19 @@ int32_t SqliteStore::SetValue(HKey key, std::string_view name, uint32_t type, co
     Target t;
     if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
     if (name.size() > kMaxValueNameLength || (!data && size)) return kInvalidParameter;
-    int32_t error;
-    sqlite3* db = Connection(t.root, true, &error);
-    if (!db) return error;
-    Session s(db, true);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
+    Call c;
+    if (int32_t rc = Begin(key, true, true, &c); rc != kSuccess) return rc;
     // A string whose count left out its terminating NUL gets it counted,
     // as the platform does.
     bool text = type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
     if (text && data && size && data[size - 1] && !data[size]) ++size;
     std::string_view bytes(reinterpret_cast<const char*>(data), data ? size : 0);
-    Stmt up(db,
+    Stmt up(c.db,
             "INSERT INTO reg_value(key, name, fold, type, data) VALUES (?1, ?2, ?3, ?4, ?5) "
             "ON CONFLICT(key, fold) DO UPDATE SET type = ?4, data = ?5");
-    up.Bind(1, t.id).Bind(2, name).Bind(3, FoldCase(name)).Bind(4, type).Bind(5, bytes).Step();
-    s.Commit();
+    up.Bind(1, c.target.id).Bind(2, name).Bind(3, FoldCase(name)).Bind(4, type).Bind(5, bytes);
+    up.Step();
+    c.session->Commit();
     return kSuccess;
   });
 }
@@ -428,17 +443,13 @@ int32_t SqliteStore::SetValue(HKey key, std::string_view name, uint32_t type, co
 int32_t SqliteStore::DeleteValue(HKey key, std::string_view name) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
-    Target t;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db) return error != kSuccess ? error : kFileNotFound;
-    Session s(db, true);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    Stmt del(db, "DELETE FROM reg_value WHERE key = ? AND fold = ?");
-    del.Bind(1, t.id).Bind(2, FoldCase(name)).Step();
-    if (sqlite3_changes(db) == 0) return kFileNotFound;
-    s.Commit();
+    Call c;
+    if (int32_t rc = Begin(key, true, false, &c); rc != kSuccess) return rc;
+    if (!c.db) return kFileNotFound;
+    Stmt del(c.db, "DELETE FROM reg_value WHERE key = ? AND fold = ?");
+    del.Bind(1, c.target.id).Bind(2, FoldCase(name)).Step();
+    if (sqlite3_changes(c.db) == 0) return kFileNotFound;
+    c.session->Commit();
     return kSuccess;
   });
 }
@@ -446,22 +457,18 @@ int32_t SqliteStore::DeleteValue(HKey key, std::string_view name) {
 int32_t SqliteStore::DeleteKey(HKey key, std::string_view path) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
-    Target t;
     std::vector<std::string_view> parts;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
+    Call c;
+    if (int32_t rc = Begin(key, true, false, &c); rc != kSuccess) return rc;
     if (int32_t rc = SplitPath(path, &parts); rc != kSuccess) return rc;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db) return error != kSuccess ? error : (parts.empty() ? kAccessDenied : kFileNotFound);
-    Session s(db, true);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    int64_t id = Walk(db, t.id, parts);
+    if (!c.db) return parts.empty() ? kAccessDenied : kFileNotFound;
+    int64_t id = Walk(c.db, c.target.id, parts);
     if (id == 0) return kFileNotFound;
     if (id == kRootRow) return kAccessDenied;
-    Stmt sub(db, "SELECT 1 FROM reg_key WHERE parent = ? LIMIT 1");
+    Stmt sub(c.db, "SELECT 1 FROM reg_key WHERE parent = ? LIMIT 1");
     if (sub.Bind(1, id).Step()) return kAccessDenied;
-    DeleteSubtree(db, id, false);
-    s.Commit();
+    DeleteSubtree(c.db, id, false);
+    c.session->Commit();
     return kSuccess;
   });
 }
@@ -469,15 +476,11 @@ int32_t SqliteStore::DeleteKey(HKey key, std::string_view path) {
 int32_t SqliteStore::EnumKey(HKey key, uint32_t index, char* name, uint32_t size) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
-    Target t;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db) return error != kSuccess ? error : kNoMoreItems;
-    Session s(db, false);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    Stmt q(db, "SELECT name FROM reg_key WHERE parent = ? ORDER BY fold, id LIMIT 1 OFFSET ?");
-    q.Bind(1, t.id).Bind(2, index);
+    Call c;
+    if (int32_t rc = Begin(key, false, false, &c); rc != kSuccess) return rc;
+    if (!c.db) return kNoMoreItems;
+    Stmt q(c.db, "SELECT name FROM reg_key WHERE parent = ? ORDER BY fold, id LIMIT 1 OFFSET ?");
+    q.Bind(1, c.target.id).Bind(2, index);
     if (!q.Step()) return kNoMoreItems;
     std::string found = q.Blob(0);
     if (!name || found.size() + 1 > size) return kMoreData;
@@ -490,58 +493,41 @@ int32_t SqliteStore::EnumValue(HKey key, uint32_t index, char* name, uint32_t* n
                                uint32_t* type, uint8_t* data, uint32_t* data_size) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
-    Target t;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
+    Call c;
+    if (int32_t rc = Begin(key, false, false, &c); rc != kSuccess) return rc;
     if (!name || !name_size || (data && !data_size)) return kInvalidParameter;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db) return error != kSuccess ? error : kNoMoreItems;
-    Session s(db, false);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    Stmt q(db, "SELECT name, type, data FROM reg_value WHERE key = ? ORDER BY id LIMIT 1 OFFSET ?");
-    q.Bind(1, t.id).Bind(2, index);
+    if (!c.db) return kNoMoreItems;
+    Stmt q(c.db,
+           "SELECT name, type, data FROM reg_value WHERE key = ? ORDER BY id LIMIT 1 OFFSET ?");
+    q.Bind(1, c.target.id).Bind(2, index);
     if (!q.Step()) return kNoMoreItems;
     std::string found = q.Blob(0);
-    std::string bytes = q.Blob(2);
     if (found.size() + 1 > *name_size) return kMoreData;
     std::memcpy(name, found.c_str(), found.size() + 1);
     *name_size = static_cast<uint32_t>(found.size());
     if (type) *type = static_cast<uint32_t>(q.Int(1));
-    uint32_t needed = static_cast<uint32_t>(bytes.size());
-    if (data) {
-      if (*data_size < needed) {
-        *data_size = needed;
-        return kMoreData;
-      }
-      if (needed) std::memcpy(data, bytes.data(), needed);
-    }
-    if (data_size) *data_size = needed;
-    return kSuccess;
+    return CopyOut(q.Blob(2), data, data_size);
   });
 }
 
 int32_t SqliteStore::DeleteTree(HKey key, std::string_view path) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
-    Target t;
     std::vector<std::string_view> parts;
-    if (int32_t rc = Resolve(key, &t); rc != kSuccess) return rc;
+    Call c;
+    if (int32_t rc = Begin(key, true, false, &c); rc != kSuccess) return rc;
     if (int32_t rc = SplitPath(path, &parts, false); rc != kSuccess) return rc;
-    int32_t error;
-    sqlite3* db = Connection(t.root, false, &error);
-    if (!db && error != kSuccess) return error;
-    if (!db && !parts.empty() && parts[0].size() > kMaxKeyNameLength) return kInvalidParameter;
-    if (!db) return parts.empty() ? kSuccess : kFileNotFound;
-    Session s(db, true);
-    if (!KeyExists(db, t.id)) return kKeyDeleted;
-    int64_t id = t.id;
+    // A component that is too long is met only when the keys before it
+    // exist; a missing key before it is reported first.
+    int64_t id = c.target.id;
     for (std::string_view part : parts) {
       if (part.size() > kMaxKeyNameLength) return kInvalidParameter;
-      if ((id = FindChild(db, id, part)) == 0) return kFileNotFound;
+      if (!c.db || (id = FindChild(c.db, id, part)) == 0) return kFileNotFound;
     }
+    if (!c.db) return kSuccess;
     // An empty path empties the key itself; a root is never deleted.
-    DeleteSubtree(db, id, parts.empty() || id == kRootRow);
-    s.Commit();
+    DeleteSubtree(c.db, id, parts.empty() || id == kRootRow);
+    c.session->Commit();
     return kSuccess;
   });
 }

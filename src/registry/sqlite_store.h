@@ -69,6 +69,8 @@ class SqliteStore : public RegistryStore {
     int64_t id = 0;  // key row
   };
 
+  struct Call;
+  int32_t Begin(HKey key, bool write, bool create, Call* call);
   // Resolves a handle to its root and key row; 0 or an error code.
   int32_t Resolve(HKey key, Target* target);
   // The root's connection, opened (and, with create, the file made) on

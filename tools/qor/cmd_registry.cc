@@ -9,7 +9,6 @@
 #include "frame/globals.h"
 #include "frame/vb.h"
 #include "registry/codepage.h"
-#include "registry/export_file.h"
 #include "registry/winapireg.h"
 
 namespace qor::tool {

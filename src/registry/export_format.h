@@ -3,7 +3,8 @@
 // ("Name=text", "Count=DWORD:0000001F", "Mask=HEX:0A,FF,00"), comments and
 // empty lines. qorWinAPIReg::RegistryWriteKeyToFile and
 // RegistryReadKeyFromFile (export_file.cc) are built on the pieces here,
-// which work on code-page bytes.
+// which work on code-page bytes and need nothing but the error type (so the
+// fuzz target builds them alone).
 //
 // The parser keeps the format's rules as they are: the root names and the
 // "HEX:" and "DWORD:" markers are found anywhere in a line and a fixed
@@ -11,15 +12,14 @@
 // marker reads back as the wrong kind. Errors are raised as error 9999 with
 // the routine's name and "()" as the source.
 
-#ifndef QOR_REGISTRY_EXPORT_FILE_H_
-#define QOR_REGISTRY_EXPORT_FILE_H_
+#ifndef QOR_REGISTRY_EXPORT_FORMAT_H_
+#define QOR_REGISTRY_EXPORT_FORMAT_H_
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "frame/variant.h"
 #include "registry/store.h"
 
 namespace qor::registry {
@@ -51,9 +51,6 @@ std::string KeyLine(HKey root, std::string_view path);
 // raises 9999 "Invalid value type" from "writeLineRegValue()".
 std::string ValueLine(uint32_t type, std::string_view name, std::string_view data, uint32_t length);
 
-// "dd-mm-yyyy hh:nn:ss".
-std::string ExportTimeStamp(Date when);
-
 }  // namespace qor::registry
 
-#endif  // QOR_REGISTRY_EXPORT_FILE_H_
+#endif  // QOR_REGISTRY_EXPORT_FORMAT_H_
