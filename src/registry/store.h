@@ -12,6 +12,10 @@
 // - key and value names are matched without regard to case and kept as first
 //   written; subkeys enumerate in name order, values in creation order (a
 //   value that is replaced keeps its place);
+// - paths follow the platform: runs of "\" and a trailing "\" are passed
+//   over, a leading "\" is kBadPathname, a path of more than
+//   kMaxPathLength characters kMoreData, a component of more than
+//   kMaxKeyNameLength characters kInvalidParameter;
 // - every call that changes the registry is atomic;
 // - the result is 0 or a platform error code (the constants below).
 
