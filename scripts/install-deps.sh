@@ -10,6 +10,7 @@ packages=(
   libsqlite3-dev sqlite3
   clang-format
   libcups2-dev cups-daemon cups-client xdg-utils
+  wine64 g++-mingw-w64-x86-64 clang
 )
 
 missing=()
