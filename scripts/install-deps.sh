@@ -10,6 +10,9 @@ packages=(
   libsqlite3-dev sqlite3
   clang-format
   libcups2-dev cups-daemon cups-client xdg-utils
+  # Rich text: Qt's document model, iconv code pages (libc), LibreOffice Writer
+  # for the differential tests, clang for the RTF reader's fuzz target.
+  qt6-base-dev libreoffice-writer-nogui clang
 )
 
 missing=()
