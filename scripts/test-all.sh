@@ -17,3 +17,13 @@ for preset in ci asan; do
   echo "== test: $preset"
   ctest --preset "$preset" -j "$jobs"
 done
+
+# The RTF reader's libFuzzer target, built with clang, run for a bounded time.
+echo "== fuzz: rtf (60 s)"
+CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DQOR_BUILD_TESTS=OFF -DQOR_FUZZ=ON >/dev/null
+cmake --build build/fuzz -j "$jobs" --target rtf_fuzz
+rtf_corpus=$(mktemp -d)
+QT_QPA_PLATFORM=offscreen build/fuzz/fuzz/rtf/rtf_fuzz -dict=fuzz/rtf/rtf.dict \
+  -max_total_time=60 -timeout=10 -rss_limit_mb=2048 "$rtf_corpus" fuzz/rtf/seeds
+rm -rf "$rtf_corpus"
