@@ -14,6 +14,7 @@ using testing::AlignmentsOf;
 using testing::Attributes;
 using testing::AttributesAt;
 using testing::Read;
+using testing::ReadText;
 using testing::TextOf;
 
 constexpr char kTables[] =
@@ -74,12 +75,10 @@ TEST(RtfReader, ParagraphsTakeTheAlignmentInEffectAtTheirMark) {
 
 TEST(RtfReader, TheLastParagraphMarkAddsNoParagraph) {
   QTextDocument doc;
-  Read("{\\rtf1 one\\par}", &doc);
-  EXPECT_EQ(TextOf(doc), "one");
-  Read("{\\rtf1 one\\par\\par}", &doc);
-  EXPECT_EQ(TextOf(doc), "one\n");
-  Read("{\\rtf1 one\\\ntwo\\par\\qc}", &doc);  // backslash and line break is \par
-  EXPECT_EQ(TextOf(doc), "one\ntwo");
+  EXPECT_EQ(ReadText("{\\rtf1 one\\par}"), "one");
+  EXPECT_EQ(ReadText("{\\rtf1 one\\par\\par}"), "one\n");
+  EXPECT_EQ(ReadText("{\\rtf1 one\\\ntwo\\par\\qc}"),
+            "one\ntwo");  // backslash and line break is \par
   Read("{\\rtf1}", &doc);
   EXPECT_EQ(TextOf(doc), "");
   EXPECT_EQ(doc.blockCount(), 1);
@@ -95,33 +94,29 @@ TEST(RtfReader, SpecialCharactersAndEscapes) {
 }
 
 TEST(RtfReader, BytesDecodeInTheCodePageOfDocumentOrFont) {
-  QTextDocument doc;
-  Read(Doc("\\'e9\\'80\\'81 {\\f2 \\'e9\\'c4}"), &doc);  // 0x81 is not in Windows-1252
-  EXPECT_EQ(TextOf(doc), "é€\ufffd йД");
-  Read("{\\rtf1\\ansi\\ansicpg1251 \\'e9\\'c4}", &doc);
-  EXPECT_EQ(TextOf(doc), "йД");
-  Read("{\\rtf1\\ansi\\ansicpg1253 \\'e1\\'e2}", &doc);
-  EXPECT_EQ(TextOf(doc), "αβ");
-  Read("{\\rtf1\\ansi\\ansicpg932 \\'82\\'a0\\'93\\'fa x}", &doc);  // double-byte pairs
-  EXPECT_EQ(TextOf(doc), "あ日 x");
-  Read("{\\rtf1\\ansi\\ansicpg99999 \\'e9}", &doc);  // unknown code page: Windows-1252
-  EXPECT_EQ(TextOf(doc), "é");
-  Read("{\\rtf1\\mac \\'8e}", &doc);
-  EXPECT_EQ(TextOf(doc), "é");
+  EXPECT_EQ(ReadText(Doc("\\'e9\\'80\\'81 {\\f2 \\'e9\\'c4}")),
+            "é€\ufffd йД");  // 0x81 is not in Windows-1252
+  EXPECT_EQ(ReadText("{\\rtf1\\ansi\\ansicpg1251 \\'e9\\'c4}"), "йД");
+  EXPECT_EQ(ReadText("{\\rtf1\\ansi\\ansicpg1253 \\'e1\\'e2}"), "αβ");
+  EXPECT_EQ(ReadText("{\\rtf1\\ansi\\ansicpg932 \\'82\\'a0\\'93\\'fa x}"),
+            "あ日 x");  // double-byte pairs
+  EXPECT_EQ(ReadText("{\\rtf1\\ansi\\ansicpg99999 \\'e9}"),
+            "é");  // unknown code page: Windows-1252
+  EXPECT_EQ(ReadText("{\\rtf1\\mac \\'8e}"), "é");
+  // \\fcharset0 (ANSI) stands for the document's code page.
+  EXPECT_EQ(ReadText("{\\rtf1\\ansicpg1251{\\fonttbl{\\f0\\fcharset0 A;}}\\f0 \\'e9}"), "й");
 }
 
 TEST(RtfReader, UnicodeEscapesSkipTheirFallback) {
-  QTextDocument doc;
-  Read("{\\rtf1 \\u8364?\\u937\\'3f|}", &doc);  // \uc1 by default, \'xx counts as one
-  EXPECT_EQ(TextOf(doc), "€Ω|");
-  Read("{\\rtf1\\uc2 \\u8364\\'80\\'80x{\\uc0\\u937 y}\\u937 ab}", &doc);
-  EXPECT_EQ(TextOf(doc), "€xΩyΩ");
-  Read("{\\rtf1 \\u-10179?\\u-8704?!}", &doc);  // a surrogate pair, as Word writes it
-  EXPECT_EQ(TextOf(doc), "😀!");
-  Read("{\\rtf1 \\uc0 \\u55357\\uc1 \\u56832\\'3f.}", &doc);  // the same as Writer writes it
-  EXPECT_EQ(TextOf(doc), "😀.");
-  Read("{\\rtf1\\uc3 \\u8364{x}y {\\uc1\\u-10179? z}}", &doc);  // a group ends the fallback
-  EXPECT_EQ(TextOf(doc), "€xy \ufffd z");                       // an unpaired surrogate is replaced
+  EXPECT_EQ(ReadText("{\\rtf1 \\u8364?\\u937\\'3f|}"),
+            "€Ω|");  // \uc1 by default, \'xx counts as one
+  EXPECT_EQ(ReadText("{\\rtf1\\uc2 \\u8364\\'80\\'80x{\\uc0\\u937 y}\\u937 ab}"), "€xΩyΩ");
+  EXPECT_EQ(ReadText("{\\rtf1 \\u-10179?\\u-8704?!}"),
+            "😀!");  // a surrogate pair, as Word writes it
+  EXPECT_EQ(ReadText("{\\rtf1 \\uc0 \\u55357\\uc1 \\u56832\\'3f.}"),
+            "😀.");  // the same as Writer writes it
+  EXPECT_EQ(ReadText("{\\rtf1\\uc3 \\u8364{x}y {\\uc1\\u-10179? z}}"),
+            "€xy \ufffd z");  // a group ends the fallback
 }
 
 TEST(RtfReader, SkipsDestinationsThatAreNotText) {
@@ -170,15 +165,10 @@ TEST(RtfReader, RefusesWhatIsNotRtfOrTooDeep) {
 }
 
 TEST(RtfReader, TruncatedAndUnbalancedInputReadsAsFarAsItGoes) {
-  QTextDocument doc;
-  Read("  \r\n{\\rtf1 {\\b cut off", &doc);
-  EXPECT_EQ(TextOf(doc), "cut off");
-  Read("{\\rtf1 one}} two", &doc);
-  EXPECT_EQ(TextOf(doc), "one");
-  Read("{\\rtf1 broken \\'zz escape\\'4", &doc);
-  EXPECT_EQ(TextOf(doc), "broken zz escape4");
-  Read("{\\rtf1 trailing backslash\\", &doc);
-  EXPECT_EQ(TextOf(doc), "trailing backslash");
+  EXPECT_EQ(ReadText("  \r\n{\\rtf1 {\\b cut off"), "cut off");
+  EXPECT_EQ(ReadText("{\\rtf1 one}} two"), "one");
+  EXPECT_EQ(ReadText("{\\rtf1 broken \\'zz escape\\'4"), "broken zz escape4");
+  EXPECT_EQ(ReadText("{\\rtf1 trailing backslash\\"), "trailing backslash");
 }
 
 // Hostile inputs end in bounded time with bounded tables: huge parameters,
@@ -194,8 +184,7 @@ TEST(RtfReader, HostileInputStaysBounded) {
   EXPECT_EQ(TextOf(doc), " abXY");                // \\uc is capped at 16, \\bin at the input's end
   EXPECT_EQ(AttributesAt(doc, "ab").size, 1600);  // and sizes at 1600 points
 
-  Read("{\\rtf1\\" + std::string(1 << 20, 'x') + "99 text}", &doc);
-  EXPECT_EQ(TextOf(doc), "text");
+  EXPECT_EQ(ReadText("{\\rtf1\\" + std::string(1 << 20, 'x') + "99 text}"), "text");
 
   std::string fonts = "{\\rtf1{\\fonttbl";
   for (int i = 0; i <= kMaxFonts; ++i)

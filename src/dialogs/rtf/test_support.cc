@@ -107,4 +107,10 @@ void Read(const std::string& rtf, QTextDocument* doc) {
   ASSERT_TRUE(ReadRtf(rtf, doc, &error)) << error;
 }
 
+std::string ReadText(const std::string& rtf) {
+  QTextDocument doc;
+  Read(rtf, &doc);
+  return TextOf(doc);
+}
+
 }  // namespace qor::rtf::testing

@@ -49,8 +49,11 @@ Attributes AttributesAt(const QTextDocument& doc, const QString& text);
 // The document's text, paragraphs joined with "\n", in UTF-8.
 std::string TextOf(const QTextDocument& doc);
 
-// Reads `rtf` into a new document, failing the test on an error.
+// Reads `rtf` into `doc`, failing the test on an error.
 void Read(const std::string& rtf, QTextDocument* doc);
+
+// The text (TextOf) of `rtf` read into a new document.
+std::string ReadText(const std::string& rtf);
 
 }  // namespace qor::rtf::testing
 
