@@ -528,9 +528,14 @@ std::string Check(std::string_view rtf) {
   if (!LooksLikeRtf(rtf)) return "The text is not RTF: it does not start with \"{\\rtf\".";
   Tokenizer tokenizer(rtf);
   int depth = 0;
+  int paragraphs = 0;  // marks anywhere, also in skipped groups: a bound, not a count
   for (Token token = tokenizer.Next(); token.kind != Kind::kEnd; token = tokenizer.Next()) {
     if (token.kind == Kind::kGroupStart && ++depth > kMaxGroupDepth) {
       return "The RTF text nests groups deeper than " + std::to_string(kMaxGroupDepth) + " levels.";
+    }
+    if (token.kind == Kind::kControlWord && IsParagraphBreak(token.word) &&
+        ++paragraphs > kMaxParagraphs) {
+      return "The RTF text has more than " + std::to_string(kMaxParagraphs) + " paragraphs.";
     }
     if (token.kind == Kind::kGroupEnd && --depth == 0) break;
   }

@@ -12,10 +12,11 @@
 // is left out. A paragraph mark at the very end ends the last paragraph
 // instead of starting an empty one.
 //
-// Hostile input is refused, never followed: input longer than kMaxRtfBytes or
-// groups nested deeper than kMaxGroupDepth give an error and leave the
-// document as it was. Every table the reader keeps is capped (fonts, colours,
-// names), so memory stays proportional to the input and time linear in it.
+// Hostile input is refused, never followed: input longer than kMaxRtfBytes,
+// groups nested deeper than kMaxGroupDepth or more than kMaxParagraphs
+// paragraph marks give an error and leave the document as it was. Every
+// table the reader keeps is capped (fonts, colours, names, code pages), so
+// memory stays proportional to the input and time linear in it.
 
 #ifndef QOR_DIALOGS_RTF_RTF_READER_H_
 #define QOR_DIALOGS_RTF_RTF_READER_H_
@@ -29,6 +30,7 @@ namespace qor::rtf {
 
 inline constexpr size_t kMaxRtfBytes = 64u << 20;
 inline constexpr int kMaxGroupDepth = 256;
+inline constexpr int kMaxParagraphs = 1000000;
 inline constexpr int kMaxFonts = 4096;
 inline constexpr int kMaxColors = 4096;
 inline constexpr int kMaxFontNameLength = 256;
@@ -37,10 +39,10 @@ inline constexpr int kMaxFontNameLength = 256;
 bool LooksLikeRtf(std::string_view data);
 
 // Replaces the content of `doc` with the RTF document `rtf`. Returns false and
-// sets *error (when error is not null) for input that is not RTF, too long or
-// nested too deeply; `doc` is then unchanged. Text after the group that
-// encloses the document is ignored; a document cut off before its last "}"
-// reads as far as it goes.
+// sets *error (when error is not null) for input that is not RTF, too long,
+// nested too deeply or with too many paragraphs; `doc` is then unchanged.
+// Text after the group that encloses the document is ignored; a document cut
+// off before its last "}" reads as far as it goes.
 bool ReadRtf(std::string_view rtf, QTextDocument* doc, std::string* error = nullptr);
 
 }  // namespace qor::rtf

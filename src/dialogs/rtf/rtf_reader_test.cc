@@ -159,6 +159,12 @@ TEST(RtfReader, RefusesWhatIsNotRtfOrTooDeep) {
   EXPECT_TRUE(ReadRtf(limit, &doc, &error)) << error;
   EXPECT_EQ(TextOf(doc), "x");
 
+  std::string paragraphs = "{\\rtf1 ";
+  for (int i = 0; i <= kMaxParagraphs; ++i) paragraphs += i % 2 ? "\\par " : "\\\n";
+  EXPECT_FALSE(ReadRtf(paragraphs, &doc, &error));
+  EXPECT_EQ(error, "The RTF text has more than 1000000 paragraphs.");
+  EXPECT_EQ(TextOf(doc), "x");
+
   // Deep nesting after the document's group has closed is not looked at.
   EXPECT_TRUE(ReadRtf("{\\rtf1 y}" + std::string(100000, '{'), &doc, &error));
   EXPECT_EQ(TextOf(doc), "y");
