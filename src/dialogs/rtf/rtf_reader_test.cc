@@ -129,6 +129,24 @@ TEST(RtfReader, SkipsDestinationsThatAreNotText) {
   EXPECT_EQ(TextOf(doc), "alinkb c d");
 }
 
+// What the Windows rich-text control (and WordPad) writes.
+TEST(RtfReader, ReadsRichEditOutput) {
+  QTextDocument doc;
+  Read(
+      "{\\rtf1\\ansi\\ansicpg1252\\deff0\\nouicompat\\deflang1033{\\fonttbl{\\f0\\fnil"
+      "\\fcharset0 Calibri;}{\\f1\\fnil\\fcharset204 Arial;}}\r\n"
+      "{\\colortbl ;\\red255\\green0\\blue0;}\r\n"
+      "{\\*\\generator Riched20 10.0.19041}\\viewkind4\\uc1 \r\n"
+      "\\pard\\sa200\\sl276\\slmult1\\cf1\\b\\f0\\fs22\\lang9 Hello\\cf0\\b0  world\\par\r\n"
+      "\\pard\\sa200\\sl276\\slmult1\\qc\\f1\\lang1049\\'cf\\'f0\\'e8\\'e2\\'e5\\'f2\\par\r\n}\r\n",
+      &doc);
+  EXPECT_EQ(TextOf(doc), "Hello world\nПривет");
+  EXPECT_EQ(AttributesAt(doc, "Hello"), Attr("b", "Calibri", 11, "#ff0000"));
+  EXPECT_EQ(AttributesAt(doc, "world"), Attr("", "Calibri", 11));
+  EXPECT_EQ(AttributesAt(doc, "Привет"), Attr("", "Arial", 11));
+  EXPECT_EQ(AlignmentsOf(doc), (std::vector<std::string>{"left", "centre"}));
+}
+
 TEST(RtfReader, FontTableForms) {
   QTextDocument doc;
   // Entries with and without groups, alternative names, charsets, escapes.
