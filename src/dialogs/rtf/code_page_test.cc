@@ -37,15 +37,5 @@ TEST(CodePage, UnknownNumbersFallBackToWindows1252) {
   EXPECT_EQ(CodePage(10000).Decode("\x8e"), QString::fromUtf8("é"));
 }
 
-TEST(CodePage, CharsetsNameCodePages) {
-  EXPECT_EQ(CodePageForCharset(0), 0);  // ANSI: the document's own
-  EXPECT_EQ(CodePageForCharset(2), 0);
-  EXPECT_EQ(CodePageForCharset(204), 1251);
-  EXPECT_EQ(CodePageForCharset(238), 1250);
-  EXPECT_EQ(CodePageForCharset(128), 932);
-  EXPECT_EQ(CodePageForCharset(77), 10000);
-  EXPECT_EQ(CodePageForCharset(12345), 0);
-}
-
 }  // namespace
 }  // namespace qor::rtf
