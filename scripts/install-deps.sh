@@ -10,7 +10,11 @@ packages=(
   libsqlite3-dev sqlite3
   clang-format
   libcups2-dev cups-daemon cups-client xdg-utils
-  wine64 g++-mingw-w64-x86-64 clang
+  # Wine and mingw-w64 for the differential test of the registry and INI code.
+  wine64 g++-mingw-w64-x86-64
+  # Rich text: Qt's document model, iconv code pages (libc), LibreOffice Writer
+  # for the differential tests, clang for the RTF reader's fuzz target.
+  qt6-base-dev libreoffice-writer-nogui clang
 )
 
 missing=()
