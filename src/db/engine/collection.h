@@ -11,6 +11,7 @@
 #ifndef QOR_DB_ENGINE_COLLECTION_H_
 #define QOR_DB_ENGINE_COLLECTION_H_
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -73,6 +74,7 @@ class Collection : public CollectionBase {
     return items_[static_cast<size_t>(position)];
   }
   Ptr Item(std::string_view name) { return Item(Variant(name)); }
+  Ptr Item(const char* name) { return Item(Variant(name)); }
 
   // The item named name, or null.
   Ptr Find(std::string_view name) {
@@ -91,12 +93,17 @@ class Collection : public CollectionBase {
     if (!item) Raise(err::kObjectNotSet);
     Sync();
     if (Find(item->Name())) Fail(duplicate_error_, {item->Name()});
-    if (hooks_.append) hooks_.append(item);
-    // The hook may have reloaded the items, the new one among them.
-    for (const Ptr& existing : items_) {
-      if (existing == item) return;
-    }
+    // The item is in place while the hook runs (a hook may reload the
+    // items and keep the objects it finds), and goes when the hook fails.
     items_.push_back(item);
+    if (!hooks_.append) return;
+    try {
+      hooks_.append(item);
+    } catch (...) {
+      std::erase(items_, item);
+      throw;
+    }
+    if (std::find(items_.begin(), items_.end(), item) == items_.end()) items_.push_back(item);
   }
 
   void Delete(std::string_view name) override {

@@ -227,13 +227,15 @@ class Parser {
       if (Peek().IsKeyword("PERCENT")) throw SyntaxError{e::kInvalidSql};
     }
     // The select list.
+    if (Peek().IsKeyword("FROM") || Peek().kind == TokenKind::kEnd) throw SyntaxError{kSelectError};
     do {
       if (AcceptSymbol("*")) {
         out += "*";
       } else {
         out += ParseTopExpr();
         if (AcceptKeyword("AS")) {
-          out += " AS " + QuoteName(TakeIdentifier());
+          if (Peek().kind != TokenKind::kName) throw SyntaxError{};
+          out += " AS " + QuoteName(Next().text);
         } else if (Peek().kind == TokenKind::kName && Peek().bracketed) {
           out += " AS " + QuoteName(Next().text);
         }

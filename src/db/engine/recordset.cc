@@ -108,11 +108,6 @@ void Recordset::Move(int32_t rows) {
 void Recordset::Find(std::string_view criteria, Cursor::Direction direction) {
   Cursor& c = Cur();
   EndEdit();
-  if (bof_ && eof_) {  // nothing to find in an empty set (the criterion is still checked)
-    c.Find(criteria, Cursor::Direction::kFirst);
-    no_match_ = true;
-    return;
-  }
   if (direction == Cursor::Direction::kNext && bof_) direction = Cursor::Direction::kFirst;
   if (direction == Cursor::Direction::kPrevious && eof_) direction = Cursor::Direction::kLast;
   bool found = c.Find(criteria, direction);

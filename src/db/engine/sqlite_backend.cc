@@ -136,7 +136,9 @@ std::unique_ptr<SqliteBackend> SqliteBackend::Open(const OpenRequest& request) {
       Fail(e::kUnrecognizedFormat, {path});
     }
   }
-  bool read_only = request.read_only || ::access(path.c_str(), W_OK) != 0;
+  // A file without write permission bits is read-only also for root.
+  bool read_only = request.read_only || ::access(path.c_str(), W_OK) != 0 ||
+                   (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
   int flags = (read_only ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX;
   std::unique_ptr<Db> db;
   try {
@@ -187,6 +189,9 @@ std::unique_ptr<SqliteBackend> SqliteBackend::Create(const std::string& path,
 
 void SqliteBackend::Prepare(bool create) {
   RegisterFunctions(db_->raw());
+  // "x" is always a name, never a string that stands in for a missing one.
+  sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+  sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
   sqlite3_busy_timeout(db_->raw(), 0);
   // Validate the file before anything else touches it.
   db_->Exec("SELECT count(*) FROM sqlite_schema");

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <cwctype>
 #include <string>
 
 #include "db/engine/sqlite_db.h"
@@ -14,7 +13,12 @@ namespace qor::dao::sqlite {
 
 namespace {
 
-char32_t Fold(char32_t c) { return static_cast<char32_t>(std::towlower(static_cast<wint_t>(c))); }
+// Case folding for Like: ASCII and the Latin-1 letters, whatever the
+// process's locale.
+char32_t Fold(char32_t c) {
+  if ((c >= U'A' && c <= U'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 0x20;
+  return c;
+}
 
 // Matches pattern p from pi against text t from ti.
 bool Match(const std::u32string& t, size_t ti, const std::u32string& p, size_t pi) {
