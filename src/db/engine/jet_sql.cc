@@ -1,6 +1,7 @@
 #include "db/engine/jet_sql.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <vector>
 
@@ -554,19 +555,28 @@ class Parser {
   std::string ParsePrimary() {
     const Token& t = Peek();
     switch (t.kind) {
-      case TokenKind::kNumber:
-        return Next().text;
-      case TokenKind::kString:
-        return QuoteText(Next().text);
+      case TokenKind::kNumber: {
+        std::string digits = Next().text;
+        if (!options_.literals) return digits;
+        double x = std::strtod(digits.c_str(), nullptr);
+        if (digits.find_first_of(".eE") == std::string::npos && x <= 2147483647.0) {
+          return Literal(Long(static_cast<int32_t>(x)));
+        }
+        return Literal(Variant(x));
+      }
+      case TokenKind::kString: {
+        std::string text = Next().text;
+        return options_.literals ? Literal(Variant(text)) : QuoteText(text);
+      }
       case TokenKind::kDate: {
         Date d;
         if (!vb::ParseDate(t.text, &d)) throw SyntaxError{};
         Next();
         vb::DateParts p = vb::SplitDate(d);
         char buf[32];
-        std::snprintf(buf, sizeof buf, "'%04d-%02d-%02d %02d:%02d:%02d'", p.year, p.month, p.day,
+        std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", p.year, p.month, p.day,
                       p.hour, p.minute, p.second);
-        return buf;
+        return options_.literals ? Literal(Variant(std::string(buf))) : QuoteText(buf);
       }
       case TokenKind::kSymbol:
         if (AcceptSymbol("(")) {
@@ -586,6 +596,13 @@ class Parser {
         break;
     }
     throw SyntaxError{};
+  }
+
+  // A literal as the next parameter.
+  std::string Literal(Variant value) {
+    options_.literals->push_back(std::move(value));
+    return "?" + std::to_string(options_.first_parameter +
+                                static_cast<int>(options_.literals->size()) - 1);
   }
 
   std::string ParseNamePrimary() {

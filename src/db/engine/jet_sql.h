@@ -21,6 +21,9 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "frame/variant.h"
 
 namespace qor::dao::jet {
 
@@ -44,6 +47,12 @@ struct ExpressionOptions {
   // a comparison without a left operand (">0", "Like 'A*'", "Is Not
   // Null") compares it.
   std::string implied_operand;
+  // When set, literal texts, numbers and dates are not written into the
+  // SQL: each becomes a parameter ?N (N counting from first_parameter) and
+  // its value is added here, so that one prepared statement serves every
+  // value.
+  std::vector<Variant>* literals = nullptr;
+  int first_parameter = 1;
 };
 
 // A whole statement (SELECT, INSERT, UPDATE or DELETE; a trailing ";" is

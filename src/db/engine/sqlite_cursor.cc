@@ -22,20 +22,35 @@ std::string HostName() {
 
 [[noreturn]] void FailLocked() { Fail(e::kLockedByUser, {HostName(), "Admin"}); }
 
-// Translates criteria once per text.
+// Translates criteria once per text, with their literals as parameters
+// from ?2 on (?1 is the current row), so that the statement is prepared
+// once for every value of the same criterion shape.
 class CriteriaCache {
  public:
-  const std::string& Get(std::string_view criteria) {
+  struct Entry {
+    std::string where;
+    std::vector<Variant> literals;
+  };
+  const Entry& Get(std::string_view criteria) {
     auto it = cache_.find(std::string(criteria));
     if (it == cache_.end()) {
-      it = cache_.emplace(std::string(criteria), jet::TranslateCriteria(criteria)).first;
+      Entry entry;
+      jet::ExpressionOptions options;
+      options.literals = &entry.literals;
+      options.first_parameter = 2;
+      entry.where = jet::TranslateCriteria(criteria, options);
+      it = cache_.emplace(std::string(criteria), std::move(entry)).first;
     }
     return it->second;
   }
 
  private:
-  std::map<std::string, std::string> cache_;
+  std::map<std::string, Entry> cache_;
 };
+
+void BindLiterals(Stmt& stmt, const std::vector<Variant>& literals) {
+  for (size_t i = 0; i < literals.size(); ++i) stmt.Bind(static_cast<int>(i + 2), literals[i]);
+}
 
 // The writes both cursors share: INSERT and UPDATE of a table's columns by
 // rowid.
@@ -149,12 +164,8 @@ class TableCursor : public Cursor {
   }
 
   bool Find(std::string_view criteria, Direction direction) override {
-    std::string where;
-    try {
-      where = "(" + criteria_.Get(criteria) + ")";
-    } catch (const Error&) {
-      throw;
-    }
+    const CriteriaCache::Entry& entry = criteria_.Get(criteria);
+    std::string where = "(" + entry.where + ")";
     std::string suffix;
     switch (direction) {
       case Direction::kFirst: suffix = " WHERE " + where + " ORDER BY rowid LIMIT 1"; break;
@@ -167,7 +178,8 @@ class TableCursor : public Cursor {
         break;
     }
     try {
-      return Load(suffix, direction == Direction::kNext || direction == Direction::kPrevious);
+      return Load(suffix, direction == Direction::kNext || direction == Direction::kPrevious,
+                  &entry.literals);
     } catch (const Error& error) {
       if (error.number() == e::kTooFewParameters) {
         Fail(e::kUnknownFieldInExpression, {std::string(criteria)});
@@ -237,9 +249,11 @@ class TableCursor : public Cursor {
     if (!writable_) Fail(e::kReadOnly);
   }
 
-  bool Load(const std::string& suffix, bool bind_current) {
+  bool Load(const std::string& suffix, bool bind_current,
+            const std::vector<Variant>* literals = nullptr) {
     auto stmt = backend_->db().Prepare(select_ + suffix);
     if (bind_current) stmt->BindInt(1, current_);
+    if (literals) BindLiterals(*stmt, *literals);
     if (!stmt->Step()) return false;
     int64_t rowid = stmt->Int(0);
     if (locked_ && rowid != current_) UnlockRow();
@@ -362,10 +376,14 @@ class QueryCursor : public Cursor {
   bool Find(std::string_view criteria, Direction direction) override {
     // The criterion is evaluated by SQLite over the row's values, bound as
     // parameters named after the fields.
-    const std::string& where = criteria_.Get(criteria);
+    const CriteriaCache::Entry& entry = criteria_.Get(criteria);
+    const std::string& where = entry.where;
+    // The row's values are parameters after the criterion's literals.
+    int base = static_cast<int>(entry.literals.size()) + 2;
     std::string sql = "SELECT 1 FROM (SELECT ";
     for (size_t i = 0; i < fields_.size(); ++i) {
-      sql += (i ? ", ?" : "?") + std::to_string(i + 1) + " AS " + QuoteName(fields_[i].name);
+      sql += (i ? ", ?" : "?") + std::to_string(base + static_cast<int>(i)) + " AS " +
+             QuoteName(fields_[i].name);
     }
     sql += ") AS " + QuoteName(writer_.table().empty() ? "Query" : writer_.table()) + " WHERE " + where;
     std::unique_ptr<Stmt> stmt;
@@ -385,8 +403,9 @@ class QueryCursor : public Cursor {
     for (int64_t i = start; i >= 0 && i < n; i += step) {
       if (deleted_[static_cast<size_t>(i)]) continue;
       const std::vector<Variant>& row = rows_[static_cast<size_t>(i)];
+      BindLiterals(*stmt, entry.literals);
       for (size_t k = 0; k < row.size(); ++k) {
-        stmt->BindAs(static_cast<int>(k + 1), row[k], fields_[k].type);
+        stmt->BindAs(base + static_cast<int>(k), row[k], fields_[k].type);
       }
       bool hit = stmt->Step();
       stmt->Reset();
