@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev
   libsqlite3-dev sqlite3
+  clang libclang-rt-dev
   clang-format
 )
 

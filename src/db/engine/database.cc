@@ -186,10 +186,8 @@ std::shared_ptr<Recordset> Database::OpenRecordset(std::string_view source, cons
   std::string name(source);
   if (!(opts & kSQLPassThrough) && !LooksLikeStatement(source)) {
     try {
-      TableInfo info = b.ReadTable(source);
+      cursor = b.OpenTable(source, t == 0 ? kOpenTable : t, opts);
       if (t == 0) t = kOpenTable;
-      name = info.name;
-      cursor = b.OpenTable(info.name, t, opts);
     } catch (const Error& error) {
       if (error.number() != e::kInputTableNotFound) throw;
     }
