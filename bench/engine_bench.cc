@@ -38,8 +38,8 @@ const std::string& DatabaseWith(int rows) {
   static std::map<int, std::string> paths;
   auto it = paths.find(rows);
   if (it != paths.end()) return it->second;
-  std::filesystem::path dir = std::filesystem::temp_directory_path() /
-                              ("qor-bench-" + std::to_string(::getpid()));
+  std::filesystem::path dir =
+      std::filesystem::temp_directory_path() / ("qor-bench-" + std::to_string(::getpid()));
   std::filesystem::create_directories(dir);
   std::string path = (dir / ("rows" + std::to_string(rows) + ".mdb")).string();
   auto db = dao::DBEngine::Get()->CreateDatabase(path, dao::kLangGeneral);
@@ -133,9 +133,9 @@ int main(int argc, char** argv) {
   std::printf("engine / raw statement, %s rows: %.2f\n", large.c_str(),
               ratio("BM_EngineKeyedRead/" + large, "BM_RawSqliteKeyedRead/" + large));
   std::error_code ignored;
-  std::filesystem::remove_all(std::filesystem::temp_directory_path() /
-                                  ("qor-bench-" + std::to_string(::getpid())),
-                              ignored);
+  std::filesystem::remove_all(
+      std::filesystem::temp_directory_path() / ("qor-bench-" + std::to_string(::getpid())),
+      ignored);
   benchmark::Shutdown();
   return 0;
 }

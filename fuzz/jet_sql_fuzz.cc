@@ -28,9 +28,8 @@ sqlite3* Db() {
 bool ExpectedError(int32_t number) {
   namespace e = qor::dao::e;
   return number == e::kSyntaxInCriteria || number == e::kSyntaxInQuery ||
-         number == e::kUndefinedFunction || number == e::kInvalidSql ||
-         number == e::kSyntaxFrom || number == e::kSyntaxInsert || number == e::kSyntaxUpdate ||
-         number == e::kSyntaxSelect;
+         number == e::kUndefinedFunction || number == e::kInvalidSql || number == e::kSyntaxFrom ||
+         number == e::kSyntaxInsert || number == e::kSyntaxUpdate || number == e::kSyntaxSelect;
 }
 
 // SQLite must at least parse what we produce.

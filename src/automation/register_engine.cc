@@ -25,17 +25,19 @@ void AddCollection(Registry& registry, const std::string& name) {
       .Method("Item", {Req("Index")}, item)
       .Sub("Append", {Req("Object", V::kObject)},
            [](CollectionBase& c, Args& a) { c.AppendObject(a[0].AsObject()); })
-      .Sub("Delete", {Req("Name", V::kString)}, [](CollectionBase& c, Args& a) { c.Delete(a.Str(0)); })
+      .Sub("Delete", {Req("Name", V::kString)},
+           [](CollectionBase& c, Args& a) { c.Delete(a.Str(0)); })
       .Sub("Refresh", {}, [](CollectionBase& c, Args&) { c.Refresh(); });
 }
 
 // Properties and CreateProperty of a class with user-defined properties.
 template <typename T>
 ClassBuilder<T>& WithProperties(ClassBuilder<T>& b) {
-  b.IndexedGet("Properties", {Opt("Index", V::kVariant)}, [](T& o, Args& a) {
-     auto props = o.GetProperties();
-     return a[0].IsMissing() ? Ref(props) : Ref(props->Item(a[0]));
-   })
+  b.IndexedGet("Properties", {Opt("Index", V::kVariant)},
+               [](T& o, Args& a) {
+                 auto props = o.GetProperties();
+                 return a[0].IsMissing() ? Ref(props) : Ref(props->Item(a[0]));
+               })
       .Method("CreateProperty",
               {Opt("Name", V::kVariant), Opt("Type", V::kVariant), Opt("Value", V::kVariant)},
               [](T& o, Args& a) { return Ref(o.CreateProperty(a[0], a[1], a[2])); });
@@ -53,45 +55,57 @@ void CollectionGet(ClassBuilder<T>& b, const std::string& name, Get get) {
 
 void RegisterField(Registry& registry) {
   ClassBuilder<Field> b(registry, "Field", nullptr);
-  b.Property("Name", V::kString, [](Field& f) { return Text(f.Name()); },
-             [](Field& f, const Variant& v) { f.SetName(v.AsString()); })
-      .Property("Type", V::kInteger, [](Field& f) { return Int16(f.Type()); },
-                [](Field& f, const Variant& v) { f.SetType(v.NumericValue()); })
-      .Property("Size", V::kLong, [](Field& f) { return Long(f.Size()); },
-                [](Field& f, const Variant& v) { f.SetSize(static_cast<int32_t>(v.NumericValue())); })
-      .Property("Attributes", V::kLong, [](Field& f) { return Long(f.Attributes()); },
-                [](Field& f, const Variant& v) {
-                  f.SetAttributes(static_cast<int32_t>(v.NumericValue()));
-                })
-      .Property("Required", V::kBoolean, [](Field& f) { return Variant(f.Required()); },
-                [](Field& f, const Variant& v) { f.SetRequired(v.AsBoolean()); })
-      .Property("AllowZeroLength", V::kBoolean,
-                [](Field& f) { return Variant(f.AllowZeroLength()); },
-                [](Field& f, const Variant& v) { f.SetAllowZeroLength(v.AsBoolean()); })
-      .Property("DefaultValue", V::kString, [](Field& f) { return Text(f.DefaultValue()); },
-                [](Field& f, const Variant& v) { f.SetDefaultValue(v.AsString()); })
-      .Property("ValidationRule", V::kString, [](Field& f) { return Text(f.ValidationRule()); },
-                [](Field& f, const Variant& v) { f.SetValidationRule(v.AsString()); })
-      .Property("ValidationText", V::kString, [](Field& f) { return Text(f.ValidationText()); },
-                [](Field& f, const Variant& v) { f.SetValidationText(v.AsString()); })
-      .Property("OrdinalPosition", V::kInteger,
-                [](Field& f) { return Int16(f.OrdinalPosition()); })
+  b.Property(
+       "Name", V::kString, [](Field& f) { return Text(f.Name()); },
+       [](Field& f, const Variant& v) { f.SetName(v.AsString()); })
+      .Property(
+          "Type", V::kInteger, [](Field& f) { return Int16(f.Type()); },
+          [](Field& f, const Variant& v) { f.SetType(v.NumericValue()); })
+      .Property(
+          "Size", V::kLong, [](Field& f) { return Long(f.Size()); },
+          [](Field& f, const Variant& v) { f.SetSize(static_cast<int32_t>(v.NumericValue())); })
+      .Property(
+          "Attributes", V::kLong, [](Field& f) { return Long(f.Attributes()); },
+          [](Field& f, const Variant& v) {
+            f.SetAttributes(static_cast<int32_t>(v.NumericValue()));
+          })
+      .Property(
+          "Required", V::kBoolean, [](Field& f) { return Variant(f.Required()); },
+          [](Field& f, const Variant& v) { f.SetRequired(v.AsBoolean()); })
+      .Property(
+          "AllowZeroLength", V::kBoolean, [](Field& f) { return Variant(f.AllowZeroLength()); },
+          [](Field& f, const Variant& v) { f.SetAllowZeroLength(v.AsBoolean()); })
+      .Property(
+          "DefaultValue", V::kString, [](Field& f) { return Text(f.DefaultValue()); },
+          [](Field& f, const Variant& v) { f.SetDefaultValue(v.AsString()); })
+      .Property(
+          "ValidationRule", V::kString, [](Field& f) { return Text(f.ValidationRule()); },
+          [](Field& f, const Variant& v) { f.SetValidationRule(v.AsString()); })
+      .Property(
+          "ValidationText", V::kString, [](Field& f) { return Text(f.ValidationText()); },
+          [](Field& f, const Variant& v) { f.SetValidationText(v.AsString()); })
+      .Property("OrdinalPosition", V::kInteger, [](Field& f) { return Int16(f.OrdinalPosition()); })
       .Property("SourceTable", V::kString, [](Field& f) { return Text(f.SourceTable()); })
-      .Property("Value", V::kVariant, [](Field& f) { return f.Value(); },
-                [](Field& f, const Variant& v) { f.SetValue(v); });
+      .Property(
+          "Value", V::kVariant, [](Field& f) { return f.Value(); },
+          [](Field& f, const Variant& v) { f.SetValue(v); });
   WithProperties(b);
 }
 
 void RegisterIndex(Registry& registry) {
   ClassBuilder<Index> b(registry, "Index", nullptr);
-  b.Property("Name", V::kString, [](Index& i) { return Text(i.Name()); },
-             [](Index& i, const Variant& v) { i.SetName(v.AsString()); })
-      .Property("Primary", V::kBoolean, [](Index& i) { return Variant(i.Primary()); },
-                [](Index& i, const Variant& v) { i.SetPrimary(v.AsBoolean()); })
-      .Property("Unique", V::kBoolean, [](Index& i) { return Variant(i.Unique()); },
-                [](Index& i, const Variant& v) { i.SetUnique(v.AsBoolean()); })
-      .Property("IgnoreNulls", V::kBoolean, [](Index& i) { return Variant(i.IgnoreNulls()); },
-                [](Index& i, const Variant& v) { i.SetIgnoreNulls(v.AsBoolean()); })
+  b.Property(
+       "Name", V::kString, [](Index& i) { return Text(i.Name()); },
+       [](Index& i, const Variant& v) { i.SetName(v.AsString()); })
+      .Property(
+          "Primary", V::kBoolean, [](Index& i) { return Variant(i.Primary()); },
+          [](Index& i, const Variant& v) { i.SetPrimary(v.AsBoolean()); })
+      .Property(
+          "Unique", V::kBoolean, [](Index& i) { return Variant(i.Unique()); },
+          [](Index& i, const Variant& v) { i.SetUnique(v.AsBoolean()); })
+      .Property(
+          "IgnoreNulls", V::kBoolean, [](Index& i) { return Variant(i.IgnoreNulls()); },
+          [](Index& i, const Variant& v) { i.SetIgnoreNulls(v.AsBoolean()); })
       .Property("Required", V::kBoolean, [](Index& i) { return Variant(i.Required()); })
       .Method("CreateField",
               {Opt("Name", V::kVariant), Opt("Type", V::kVariant), Opt("Size", V::kVariant)},
@@ -102,16 +116,20 @@ void RegisterIndex(Registry& registry) {
 
 void RegisterTableDef(Registry& registry) {
   ClassBuilder<TableDef> b(registry, "TableDef", nullptr);
-  b.Property("Name", V::kString, [](TableDef& t) { return Text(t.Name()); },
-             [](TableDef& t, const Variant& v) { t.SetName(v.AsString()); })
-      .Property("Attributes", V::kLong, [](TableDef& t) { return Long(t.Attributes()); },
-                [](TableDef& t, const Variant& v) {
-                  t.SetAttributes(static_cast<int32_t>(v.NumericValue()));
-                })
-      .Property("ValidationRule", V::kString, [](TableDef& t) { return Text(t.ValidationRule()); },
-                [](TableDef& t, const Variant& v) { t.SetValidationRule(v.AsString()); })
-      .Property("ValidationText", V::kString, [](TableDef& t) { return Text(t.ValidationText()); },
-                [](TableDef& t, const Variant& v) { t.SetValidationText(v.AsString()); })
+  b.Property(
+       "Name", V::kString, [](TableDef& t) { return Text(t.Name()); },
+       [](TableDef& t, const Variant& v) { t.SetName(v.AsString()); })
+      .Property(
+          "Attributes", V::kLong, [](TableDef& t) { return Long(t.Attributes()); },
+          [](TableDef& t, const Variant& v) {
+            t.SetAttributes(static_cast<int32_t>(v.NumericValue()));
+          })
+      .Property(
+          "ValidationRule", V::kString, [](TableDef& t) { return Text(t.ValidationRule()); },
+          [](TableDef& t, const Variant& v) { t.SetValidationRule(v.AsString()); })
+      .Property(
+          "ValidationText", V::kString, [](TableDef& t) { return Text(t.ValidationText()); },
+          [](TableDef& t, const Variant& v) { t.SetValidationText(v.AsString()); })
       .Property("Connect", V::kString, [](TableDef& t) { return Text(t.Connect()); })
       .Property("SourceTableName", V::kString,
                 [](TableDef& t) { return Text(t.SourceTableName()); })
@@ -131,10 +149,12 @@ void RegisterTableDef(Registry& registry) {
 
 void RegisterQueryDef(Registry& registry) {
   ClassBuilder<QueryDef> b(registry, "QueryDef", nullptr);
-  b.Property("Name", V::kString, [](QueryDef& q) { return Text(q.Name()); },
-             [](QueryDef& q, const Variant& v) { q.SetName(v.AsString()); })
-      .Property("SQL", V::kString, [](QueryDef& q) { return Text(q.SQL()); },
-                [](QueryDef& q, const Variant& v) { q.SetSQL(v.AsString()); })
+  b.Property(
+       "Name", V::kString, [](QueryDef& q) { return Text(q.Name()); },
+       [](QueryDef& q, const Variant& v) { q.SetName(v.AsString()); })
+      .Property(
+          "SQL", V::kString, [](QueryDef& q) { return Text(q.SQL()); },
+          [](QueryDef& q, const Variant& v) { q.SetSQL(v.AsString()); })
       .Property("RecordsAffected", V::kLong, [](QueryDef& q) { return Long(q.RecordsAffected()); })
       .Sub("Close", {}, [](QueryDef& q, Args&) { q.Close(); })
       .Sub("Execute", {Opt("Options", V::kVariant)}, [](QueryDef& q, Args& a) { q.Execute(a[0]); })
@@ -145,12 +165,15 @@ void RegisterQueryDef(Registry& registry) {
 
 void RegisterProperty(Registry& registry) {
   ClassBuilder<Property>(registry, "Property", nullptr)
-      .Property("Name", V::kString, [](Property& p) { return Text(p.Name()); },
-                [](Property& p, const Variant& v) { p.SetName(v.AsString()); })
-      .Property("Type", V::kInteger, [](Property& p) { return Int16(p.Type()); },
-                [](Property& p, const Variant& v) { p.SetType(v.NumericValue()); })
-      .Property("Value", V::kVariant, [](Property& p) { return p.Value(); },
-                [](Property& p, const Variant& v) { p.SetValue(v); })
+      .Property(
+          "Name", V::kString, [](Property& p) { return Text(p.Name()); },
+          [](Property& p, const Variant& v) { p.SetName(v.AsString()); })
+      .Property(
+          "Type", V::kInteger, [](Property& p) { return Int16(p.Type()); },
+          [](Property& p, const Variant& v) { p.SetType(v.NumericValue()); })
+      .Property(
+          "Value", V::kVariant, [](Property& p) { return p.Value(); },
+          [](Property& p, const Variant& v) { p.SetValue(v); })
       .Property("Inherited", V::kBoolean, [](Property& p) { return Variant(p.Inherited()); });
 }
 
@@ -168,8 +191,9 @@ void RegisterRecordset(Registry& registry) {
       .Property("Updatable", V::kBoolean, [](Recordset& r) { return Variant(r.Updatable()); })
       .Property("EditMode", V::kInteger,
                 [](Recordset& r) { return Int16(static_cast<int>(r.GetEditMode())); })
-      .Property("Bookmark", V::kString, [](Recordset& r) { return Text(r.Bookmark()); },
-                [](Recordset& r, const Variant& v) { r.SetBookmark(v.AsString()); })
+      .Property(
+          "Bookmark", V::kString, [](Recordset& r) { return Text(r.Bookmark()); },
+          [](Recordset& r, const Variant& v) { r.SetBookmark(v.AsString()); })
       .Property("LastModified", V::kString, [](Recordset& r) { return Text(r.LastModified()); })
       .Sub("MoveFirst", {}, [](Recordset& r, Args&) { r.MoveFirst(); })
       .Sub("MoveLast", {}, [](Recordset& r, Args&) { r.MoveLast(); })
@@ -225,7 +249,8 @@ void RegisterDBEngine(Registry& registry) {
               [](DBEngine& e, Args& a) { return Ref(e.CreateDatabase(a.Str(0), a.Str(1), a[2])); })
       .Sub("Idle", {Opt("Action", V::kVariant)}, [](DBEngine& e, Args& a) { e.Idle(a[0]); })
       .Sub("BeginTrans", {}, [](DBEngine& e, Args&) { e.BeginTrans(); })
-      .Sub("CommitTrans", {Opt("Options", V::kVariant)}, [](DBEngine& e, Args&) { e.CommitTrans(); })
+      .Sub("CommitTrans", {Opt("Options", V::kVariant)},
+           [](DBEngine& e, Args&) { e.CommitTrans(); })
       .Sub("Rollback", {}, [](DBEngine& e, Args&) { e.Rollback(); });
 }
 

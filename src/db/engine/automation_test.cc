@@ -1,7 +1,7 @@
 // The engine through `qor automation`, as a script would use it.
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "testing/test_util.h"

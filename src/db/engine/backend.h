@@ -124,10 +124,8 @@ class Backend {
   virtual int64_t Execute(std::string_view sql, int32_t options) = 0;
 
   // A cursor over a table (by name) or the rows of a SELECT statement.
-  virtual std::unique_ptr<Cursor> OpenTable(std::string_view table, int type,
-                                            int32_t options) = 0;
-  virtual std::unique_ptr<Cursor> OpenQuery(std::string_view sql, int type,
-                                            int32_t options) = 0;
+  virtual std::unique_ptr<Cursor> OpenTable(std::string_view table, int type, int32_t options) = 0;
+  virtual std::unique_ptr<Cursor> OpenQuery(std::string_view sql, int type, int32_t options) = 0;
 
   // The value of a Jet expression (a default value) as a field of the
   // given type stores it.

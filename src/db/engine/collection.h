@@ -41,17 +41,19 @@ class Collection : public CollectionBase {
  public:
   using Ptr = std::shared_ptr<T>;
   struct Hooks {
-    std::function<void()> sync;                // brings items_ up to date
-    std::function<void(const Ptr&)> append;    // before the item is added
-    std::function<void(const Ptr&)> remove;    // before the item is removed
+    std::function<void()> sync;              // brings items_ up to date
+    std::function<void(const Ptr&)> append;  // before the item is added
+    std::function<void(const Ptr&)> remove;  // before the item is removed
   };
 
   // missing_error: raised for a name or position not there; duplicate_error:
   // for appending a name that is there (filled with the name).
   Collection(std::string class_name, Hooks hooks, int32_t missing_error = e::kItemNotFound,
              int32_t duplicate_error = e::kAlreadyInCollection)
-      : class_name_(std::move(class_name)), hooks_(std::move(hooks)),
-        missing_error_(missing_error), duplicate_error_(duplicate_error) {}
+      : class_name_(std::move(class_name)),
+        hooks_(std::move(hooks)),
+        missing_error_(missing_error),
+        duplicate_error_(duplicate_error) {}
 
   void SetHooks(Hooks hooks) { hooks_ = std::move(hooks); }
 

@@ -23,8 +23,8 @@ std::mutex& ProvidersMutex() {
   return mu;
 }
 std::vector<std::shared_ptr<BackendProvider>>& ProviderList() {
-  static auto* list = new std::vector<std::shared_ptr<BackendProvider>>{
-      std::make_shared<sqlite::SqliteProvider>()};
+  static auto* list =
+      new std::vector<std::shared_ptr<BackendProvider>>{std::make_shared<sqlite::SqliteProvider>()};
   return *list;
 }
 
@@ -32,8 +32,8 @@ std::vector<std::shared_ptr<BackendProvider>>& ProviderList() {
 bool LooksLikeStatement(std::string_view source) {
   try {
     std::vector<jet::Token> tokens = jet::Tokenize(source);
-    return tokens.size() > 2 && (tokens[0].IsKeyword("SELECT") || tokens[0].IsKeyword("TRANSFORM") ||
-                                 tokens[0].IsSymbol("("));
+    return tokens.size() > 2 && (tokens[0].IsKeyword("SELECT") ||
+                                 tokens[0].IsKeyword("TRANSFORM") || tokens[0].IsSymbol("("));
   } catch (const jet::LexError&) {
     return false;
   }
@@ -254,8 +254,8 @@ void Database::UnstoreProperty(std::string_view name) {
 }
 
 std::vector<std::string> Database::BuiltInNames() const {
-  return {"Name", "Connect", "Updatable", "Version", "CollatingOrder", "RecordsAffected",
-          "Transactions"};
+  return {"Name",           "Connect",         "Updatable",   "Version",
+          "CollatingOrder", "RecordsAffected", "Transactions"};
 }
 
 Variant Database::GetBuiltIn(std::string_view name) {
@@ -296,7 +296,8 @@ std::shared_ptr<Database> DBEngine::OpenDatabase(std::string_view name, const Va
   {
     std::ifstream in(request.name, std::ios::binary);
     char buf[32] = {};
-    if (in && in.read(buf, sizeof buf).gcount() > 0) header.assign(buf, static_cast<size_t>(in.gcount()));
+    if (in && in.read(buf, sizeof buf).gcount() > 0)
+      header.assign(buf, static_cast<size_t>(in.gcount()));
   }
   for (const auto& provider : BackendProviders()) {
     if (!provider->Accepts(request, header)) continue;

@@ -239,7 +239,9 @@ class Index : public Object, public PropertyOwner, public std::enable_shared_fro
 
 // ---- Table definitions ----------------------------------------------------------------
 
-class TableDef : public Object, public PropertyOwner, public std::enable_shared_from_this<TableDef> {
+class TableDef : public Object,
+                 public PropertyOwner,
+                 public std::enable_shared_from_this<TableDef> {
  public:
   explicit TableDef(std::string name, int32_t attributes = 0, std::string source_table = "",
                     std::string connect = "");
@@ -274,7 +276,7 @@ class TableDef : public Object, public PropertyOwner, public std::enable_shared_
   TableInfo Info();
   void Load(const TableInfo& info, std::weak_ptr<Database> db);
   std::shared_ptr<Database> StoredDatabase() const;  // null while not stored
-  Backend& StoredBackend() const;                     // raises 3219 while not stored
+  Backend& StoredBackend() const;                    // raises 3219 while not stored
 
  protected:
   std::vector<std::string> BuiltInNames() const override;
@@ -298,7 +300,9 @@ class TableDef : public Object, public PropertyOwner, public std::enable_shared_
 
 // ---- Query definitions ------------------------------------------------------------------
 
-class QueryDef : public Object, public PropertyOwner, public std::enable_shared_from_this<QueryDef> {
+class QueryDef : public Object,
+                 public PropertyOwner,
+                 public std::enable_shared_from_this<QueryDef> {
  public:
   QueryDef(std::string name, std::string sql);
 
@@ -343,8 +347,7 @@ class Recordset : public Object, public std::enable_shared_from_this<Recordset> 
  public:
   enum class EditMode { kNone = 0, kEdit = 1, kAdd = 2 };
 
-  Recordset(std::weak_ptr<Database> db, std::unique_ptr<Cursor> cursor, std::string name,
-            int type);
+  Recordset(std::weak_ptr<Database> db, std::unique_ptr<Cursor> cursor, std::string name, int type);
   ~Recordset() override;
 
   std::string_view ClassName() const override { return "Recordset"; }
@@ -416,7 +419,9 @@ class Recordset : public Object, public std::enable_shared_from_this<Recordset> 
 
 // ---- Database ---------------------------------------------------------------------------------
 
-class Database : public Object, public PropertyOwner, public std::enable_shared_from_this<Database> {
+class Database : public Object,
+                 public PropertyOwner,
+                 public std::enable_shared_from_this<Database> {
  public:
   explicit Database(std::unique_ptr<Backend> backend);
   ~Database() override;
@@ -484,7 +489,8 @@ class Database : public Object, public PropertyOwner, public std::enable_shared_
   int32_t records_affected_ = 0;
 };
 
-// ---- DBEngine -------------------------------------------------------------------------------------
+// ---- DBEngine
+// -------------------------------------------------------------------------------------
 
 class DBEngine : public Object {
  public:

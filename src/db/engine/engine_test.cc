@@ -2,7 +2,6 @@
 #include "db/engine/engine.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -116,7 +115,8 @@ TEST_F(EngineTest, SchemaIsStoredWithDaoTypesAndProperties) {
 
   // Description is a user-defined property: missing until created.
   EXPECT_DAO_ERROR(parts->GetProperties()->Item("Description"), e::kPropertyNotFound);
-  parts->GetProperties()->Append(parts->CreateProperty("Description", Long(kText), "Template data"));
+  parts->GetProperties()->Append(
+      parts->CreateProperty("Description", Long(kText), "Template data"));
   auto caption = fields->Item("Qty")->CreateProperty("DecimalPlaces", Long(kByte), Long(2));
   fields->Item("Qty")->GetProperties()->Append(caption);
   db_->GetProperties()->Append(db_->CreateProperty("Owner", Long(kText), "stores"));
@@ -131,8 +131,13 @@ TEST_F(EngineTest, SchemaIsStoredWithDaoTypesAndProperties) {
   places->SetValue(Long(3));
   EXPECT_EQ(db_->GetProperties()->Item("Owner")->Value(), Variant("stores"));
   Reopen();
-  EXPECT_EQ(db_->GetTableDefs()->Item("Parts")->GetFields()->Item("Qty")->GetProperties()
-                ->Item("DecimalPlaces")->Value(),
+  EXPECT_EQ(db_->GetTableDefs()
+                ->Item("Parts")
+                ->GetFields()
+                ->Item("Qty")
+                ->GetProperties()
+                ->Item("DecimalPlaces")
+                ->Value(),
             Byte(3));
 }
 
@@ -162,8 +167,7 @@ TEST_F(EngineTest, SchemaChangesKeepNamesUniqueAndRefuseWhatDaoRefuses) {
   auto other = DBEngine::Get()->OpenDatabase(path_);
   auto seen = other->GetTableDefs()->Item("Parts");
   EXPECT_EQ(seen->GetFields()->Item("Bin")->Size(), 4);
-  EXPECT_EQ(seen->GetIndexes()->Item("ByBin")->GetFields()->Item("Bin")->Attributes(),
-            kDescending);
+  EXPECT_EQ(seen->GetIndexes()->Item("ByBin")->GetFields()->Item("Bin")->Attributes(), kDescending);
   EXPECT_TRUE(seen->GetIndexes()->Item("ByBin")->IgnoreNulls());
 
   parts->GetIndexes()->Delete("ByBin");
@@ -195,7 +199,7 @@ TEST_F(EngineTest, RecordsetNavigationAndFind) {
 
   rs->MoveFirst();
   EXPECT_EQ(rs->Value("Code"), Variant("B2"));
-  EXPECT_EQ(rs->Value("Id"), Long(1));  // counters number themselves
+  EXPECT_EQ(rs->Value("Id"), Long(1));           // counters number themselves
   EXPECT_EQ(rs->Value("Kind"), Variant("std"));  // the default value
   rs->MoveNext();
   rs->MoveNext();
@@ -322,7 +326,8 @@ TEST_F(EngineTest, RulesHoldForRecordsetsAndPlainSqlAlike) {
 TEST_F(EngineTest, QueriesAndSqlRecordsets) {
   auto rs = db_->OpenRecordset("Parts");
   for (const char* code : {"A1", "B2", "C3"}) AddPart(*rs, code, 1);
-  auto q = db_->CreateQueryDef("Cheap", "SELECT Code, Qty FROM Parts WHERE Code <> 'B2' ORDER BY Code DESC");
+  auto q = db_->CreateQueryDef("Cheap",
+                               "SELECT Code, Qty FROM Parts WHERE Code <> 'B2' ORDER BY Code DESC");
   EXPECT_DAO_ERROR(db_->CreateQueryDef("cheap", "SELECT * FROM Parts"), e::kObjectExists);
   EXPECT_DAO_ERROR(db_->CreateQueryDef("Bad", "SELECT FROM"), e::kSyntaxSelect);
   Reopen();
@@ -393,7 +398,8 @@ TEST_F(EngineTest, BadFilesGiveDaoErrorsAndLeaveNothingDamaged) {
       e::kDiskFull);
   rs->Close();
   Reopen();
-  auto ok = db_->OpenRecordset("PRAGMA integrity_check", Long(kOpenSnapshot), Long(kSQLPassThrough));
+  auto ok =
+      db_->OpenRecordset("PRAGMA integrity_check", Long(kOpenSnapshot), Long(kSQLPassThrough));
   EXPECT_EQ(ok->GetFields()->Item(Long(0))->Value(), Variant("ok"));
   EXPECT_GT(db_->GetTableDefs()->Item("Parts")->RecordCount(), 1);
 

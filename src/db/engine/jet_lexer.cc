@@ -60,8 +60,8 @@ std::vector<Token> Tokenize(std::string_view s) {
       if (end == std::string_view::npos) throw LexError("unterminated date");
       t.text = std::string(s.substr(i + 1, end - i - 1));
       i = end + 1;
-    } else if (std::isdigit(c) || (c == '.' && i + 1 < s.size() && std::isdigit(
-                                                   static_cast<unsigned char>(s[i + 1])))) {
+    } else if (std::isdigit(c) || (c == '.' && i + 1 < s.size() &&
+                                   std::isdigit(static_cast<unsigned char>(s[i + 1])))) {
       t.kind = TokenKind::kNumber;
       while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i]))) t.text += s[i++];
       if (i < s.size() && s[i] == '.') {

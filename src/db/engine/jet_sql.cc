@@ -40,12 +40,11 @@ struct SyntaxError {
 
 // Words that end an expression or a table alias.
 bool IsClauseWord(const Token& t) {
-  static const char* const kWords[] = {"FROM",  "WHERE", "GROUP", "ORDER", "HAVING", "UNION",
-                                       "INNER", "LEFT",  "RIGHT", "OUTER", "JOIN",   "ON",
-                                       "AS",    "INTO",  "SET",   "VALUES", "SELECT", "AND",
-                                       "OR",    "NOT",   "LIKE",  "IN",    "IS",     "BETWEEN",
-                                       "XOR",   "EQV",   "IMP",   "MOD",   "ASC",    "DESC",
-                                       "BY",    "TOP",   "DISTINCT", "DISTINCTROW"};
+  static const char* const kWords[] = {
+      "FROM",  "WHERE", "GROUP", "ORDER", "HAVING", "UNION",    "INNER",      "LEFT",   "RIGHT",
+      "OUTER", "JOIN",  "ON",    "AS",    "INTO",   "SET",      "VALUES",     "SELECT", "AND",
+      "OR",    "NOT",   "LIKE",  "IN",    "IS",     "BETWEEN",  "XOR",        "EQV",    "IMP",
+      "MOD",   "ASC",   "DESC",  "BY",    "TOP",    "DISTINCT", "DISTINCTROW"};
   for (const char* w : kWords) {
     if (t.IsKeyword(w)) return true;
   }
@@ -453,15 +452,14 @@ class Parser {
   bool AtComparison() const {
     const Token& t = Peek();
     if (t.kind == TokenKind::kSymbol) {
-      return t.text == "=" || t.text == "<>" || t.text == "<" || t.text == ">" ||
-             t.text == "<=" || t.text == ">=";
+      return t.text == "=" || t.text == "<>" || t.text == "<" || t.text == ">" || t.text == "<=" ||
+             t.text == ">=";
     }
-    if (t.IsKeyword("LIKE") || t.IsKeyword("BETWEEN") || t.IsKeyword("IN") ||
-        t.IsKeyword("IS")) {
+    if (t.IsKeyword("LIKE") || t.IsKeyword("BETWEEN") || t.IsKeyword("IN") || t.IsKeyword("IS")) {
       return true;
     }
-    return t.IsKeyword("NOT") && (Peek(1).IsKeyword("LIKE") || Peek(1).IsKeyword("IN") ||
-                                  Peek(1).IsKeyword("BETWEEN"));
+    return t.IsKeyword("NOT") &&
+           (Peek(1).IsKeyword("LIKE") || Peek(1).IsKeyword("IN") || Peek(1).IsKeyword("BETWEEN"));
   }
 
   std::string ParseComparison() {

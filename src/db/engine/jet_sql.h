@@ -63,8 +63,7 @@ Statement TranslateStatement(std::string_view jet_sql);
 std::string TranslateCriteria(std::string_view criteria, const ExpressionOptions& options = {});
 
 // An expression: a validation rule or a default value; errors are 3075.
-std::string TranslateExpression(std::string_view expression,
-                                const ExpressionOptions& options = {});
+std::string TranslateExpression(std::string_view expression, const ExpressionOptions& options = {});
 
 // A name as a quoted SQLite identifier.
 std::string QuoteName(std::string_view name);

@@ -62,20 +62,22 @@ TEST(JetSql, Functions) {
 }
 
 TEST(JetSql, Statements) {
-  Statement s = TranslateStatement("SELECT DISTINCTROW TOP 5 Parts.*, [Qty]*2 AS Twice FROM Parts "
-                                   "WHERE Code Like 'A*' ORDER BY Code DESC, Qty;");
+  Statement s = TranslateStatement(
+      "SELECT DISTINCTROW TOP 5 Parts.*, [Qty]*2 AS Twice FROM Parts "
+      "WHERE Code Like 'A*' ORDER BY Code DESC, Qty;");
   EXPECT_EQ(s.sql,
             "SELECT \"Parts\".*, (\"Qty\" * 2) AS \"Twice\" FROM \"Parts\" WHERE "
             "qor_like(\"Code\", 'A*') ORDER BY \"Code\" DESC, \"Qty\" LIMIT 5");
   EXPECT_EQ(s.single_table, "Parts");
-  s = TranslateStatement("SELECT a.x, b.y FROM (a INNER JOIN b ON a.id = b.id) LEFT JOIN c ON "
-                         "b.k = c.k");
+  s = TranslateStatement(
+      "SELECT a.x, b.y FROM (a INNER JOIN b ON a.id = b.id) LEFT JOIN c ON "
+      "b.k = c.k");
   EXPECT_EQ(s.sql,
             "SELECT \"a\".\"x\", \"b\".\"y\" FROM (\"a\" INNER JOIN \"b\" ON (\"a\".\"id\" = "
             "\"b\".\"id\")) LEFT JOIN \"c\" ON (\"b\".\"k\" = \"c\".\"k\")");
   EXPECT_TRUE(s.single_table.empty());
-  EXPECT_EQ(TranslateStatement("SELECT Count(*) FROM t GROUP BY k HAVING Count(*) > 1").single_table,
-            "");
+  EXPECT_EQ(
+      TranslateStatement("SELECT Count(*) FROM t GROUP BY k HAVING Count(*) > 1").single_table, "");
   s = TranslateStatement("INSERT INTO [My Table] (a, [b c]) VALUES (1, \"x\")");
   EXPECT_EQ(s.kind, StatementKind::kInsert);
   EXPECT_EQ(s.sql, "INSERT INTO \"My Table\" (\"a\", \"b c\") VALUES (1, 'x')");

@@ -22,8 +22,8 @@ constexpr int64_t kSpan = int64_t{1} << 30;
 uint64_t Hash(std::string_view table, int64_t key) {
   uint64_t h = 1469598103934665603ull;  // FNV-1a over the upper-cased name and the key
   for (char c : vb::UCase(table)) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
-  for (int i = 0; i < 8; ++i) h = (h ^ ((static_cast<uint64_t>(key) >> (8 * i)) & 0xff)) *
-                                  1099511628211ull;
+  for (int i = 0; i < 8; ++i)
+    h = (h ^ ((static_cast<uint64_t>(key) >> (8 * i)) & 0xff)) * 1099511628211ull;
   return h;
 }
 

@@ -1,9 +1,8 @@
 // Two processes on one database file: what one commits the other sees, and
 // what one holds locked the other is refused at once with DAO's errors.
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>

@@ -12,16 +12,33 @@ namespace {
 
 VarType KindOf(int type) {
   switch (type) {
-    case kBoolean: return VarType::kBoolean;
-    case kByte: return VarType::kByte;
-    case kInteger: return VarType::kInteger;
-    case kLong: return VarType::kLong;
-    case kCurrency: return VarType::kCurrency;
-    case kSingle: return VarType::kSingle;
-    case kDouble: case kFloat: case kNumeric: case kDecimal: case kBigInt: return VarType::kDouble;
-    case kDate: case kTime: case kTimeStamp: return VarType::kDate;
-    case kBinary: case kLongBinary: return VarType::kVariant;
-    default: return VarType::kString;
+    case kBoolean:
+      return VarType::kBoolean;
+    case kByte:
+      return VarType::kByte;
+    case kInteger:
+      return VarType::kInteger;
+    case kLong:
+      return VarType::kLong;
+    case kCurrency:
+      return VarType::kCurrency;
+    case kSingle:
+      return VarType::kSingle;
+    case kDouble:
+    case kFloat:
+    case kNumeric:
+    case kDecimal:
+    case kBigInt:
+      return VarType::kDouble;
+    case kDate:
+    case kTime:
+    case kTimeStamp:
+      return VarType::kDate;
+    case kBinary:
+    case kLongBinary:
+      return VarType::kVariant;
+    default:
+      return VarType::kString;
   }
 }
 
@@ -116,7 +133,9 @@ Variant PropertyOwner::UserProperty(std::string_view name) {
 }
 
 Property::Property(PropertyOwner* owner, ObjectRef keep_alive, std::string name, bool built_in)
-    : owner_(owner), keep_alive_(std::move(keep_alive)), name_(std::move(name)),
+    : owner_(owner),
+      keep_alive_(std::move(keep_alive)),
+      name_(std::move(name)),
       built_in_(built_in) {}
 
 Property::Property(PropertyInfo info) : name_(info.name), info_(std::move(info)) {}
@@ -196,7 +215,8 @@ void Field::Save(const std::string& old_name) {
 void Field::SetName(std::string_view name) {
   if (!recordset_.expired()) Fail(e::kInvalidOperation);
   std::string old = info_.name;
-  ChangeStored(info_, [&] { info_.name = std::string(name); }, [&] { Save(old); });
+  ChangeStored(
+      info_, [&] { info_.name = std::string(name); }, [&] { Save(old); });
 }
 
 void Field::SetType(int type) {
@@ -220,26 +240,28 @@ void Field::SetAttributes(int32_t attributes) {
 }
 
 void Field::SetRequired(bool required) {
-  ChangeStored(info_, [&] { info_.required = required; }, [&] { Save(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.required = required; }, [&] { Save(info_.name); });
 }
 
 void Field::SetAllowZeroLength(bool allow) {
-  ChangeStored(info_, [&] { info_.allow_zero_length = allow; }, [&] { Save(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.allow_zero_length = allow; }, [&] { Save(info_.name); });
 }
 
 void Field::SetDefaultValue(std::string_view value) {
-  ChangeStored(info_, [&] { info_.default_value = std::string(value); },
-               [&] { Save(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.default_value = std::string(value); }, [&] { Save(info_.name); });
 }
 
 void Field::SetValidationRule(std::string_view rule) {
-  ChangeStored(info_, [&] { info_.validation_rule = std::string(rule); },
-               [&] { Save(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.validation_rule = std::string(rule); }, [&] { Save(info_.name); });
 }
 
 void Field::SetValidationText(std::string_view text) {
-  ChangeStored(info_, [&] { info_.validation_text = std::string(text); },
-               [&] { Save(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.validation_text = std::string(text); }, [&] { Save(info_.name); });
 }
 
 Variant Field::Value() const {
@@ -269,9 +291,12 @@ void Field::UnstoreProperty(std::string_view name) {
 }
 
 std::vector<std::string> Field::BuiltInNames() const {
-  std::vector<std::string> names{"Name", "Type", "Size", "Attributes", "Required",
-                                 "AllowZeroLength", "DefaultValue", "ValidationRule",
-                                 "ValidationText", "OrdinalPosition", "SourceTable"};
+  std::vector<std::string> names{"Name",           "Type",
+                                 "Size",           "Attributes",
+                                 "Required",       "AllowZeroLength",
+                                 "DefaultValue",   "ValidationRule",
+                                 "ValidationText", "OrdinalPosition",
+                                 "SourceTable"};
   if (!recordset_.expired()) names.push_back("Value");
   return names;
 }
@@ -585,22 +610,26 @@ void TableDef::SaveTableLevel(const std::string& old_name) {
 
 void TableDef::SetName(std::string_view name) {
   std::string old = info_.name;
-  ChangeStored(info_, [&] { info_.name = std::string(name); }, [&] { SaveTableLevel(old); });
+  ChangeStored(
+      info_, [&] { info_.name = std::string(name); }, [&] { SaveTableLevel(old); });
   for (const auto& f : fields_->raw()) f->Attach(weak_from_this(), info_.name);
 }
 
 void TableDef::SetAttributes(int32_t attributes) {
-  ChangeStored(info_, [&] { info_.attributes = attributes; }, [&] { SaveTableLevel(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.attributes = attributes; }, [&] { SaveTableLevel(info_.name); });
 }
 
 void TableDef::SetValidationRule(std::string_view rule) {
-  ChangeStored(info_, [&] { info_.validation_rule = std::string(rule); },
-               [&] { SaveTableLevel(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.validation_rule = std::string(rule); },
+      [&] { SaveTableLevel(info_.name); });
 }
 
 void TableDef::SetValidationText(std::string_view text) {
-  ChangeStored(info_, [&] { info_.validation_text = std::string(text); },
-               [&] { SaveTableLevel(info_.name); });
+  ChangeStored(
+      info_, [&] { info_.validation_text = std::string(text); },
+      [&] { SaveTableLevel(info_.name); });
 }
 
 void TableDef::StoreProperty(const PropertyInfo& property) {
@@ -612,8 +641,8 @@ void TableDef::UnstoreProperty(std::string_view name) {
 }
 
 std::vector<std::string> TableDef::BuiltInNames() const {
-  return {"Name", "Attributes", "ValidationRule", "ValidationText", "Connect",
-          "SourceTableName", "RecordCount", "Updatable"};
+  return {"Name",    "Attributes",      "ValidationRule", "ValidationText",
+          "Connect", "SourceTableName", "RecordCount",    "Updatable"};
 }
 
 int TableDef::BuiltInType(std::string_view name) const {
@@ -642,7 +671,8 @@ void TableDef::SetBuiltIn(std::string_view name, const Variant& v) {
   Fail(e::kInvalidOperation);
 }
 
-// ---- QueryDef ------------------------------------------------------------------------------------
+// ---- QueryDef
+// ------------------------------------------------------------------------------------
 
 QueryDef::QueryDef(std::string name, std::string sql) {
   info_.name = std::move(name);
@@ -675,9 +705,11 @@ void QueryDef::SetName(std::string_view name) {
 }
 
 void QueryDef::SetSQL(std::string_view sql) {
-  ChangeStored(info_, [&] { info_.sql = std::string(sql); }, [&] {
-    if (stored_) Db()->backend().SaveQuery(info_);
-  });
+  ChangeStored(
+      info_, [&] { info_.sql = std::string(sql); },
+      [&] {
+        if (stored_) Db()->backend().SaveQuery(info_);
+      });
 }
 
 void QueryDef::Execute(const Variant& options) {

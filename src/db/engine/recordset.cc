@@ -43,9 +43,7 @@ bool Recordset::NoMatch() const {
 
 int32_t Recordset::RecordCount() { return static_cast<int32_t>(Cur().Count()); }
 
-void Recordset::Positioned(bool found) {
-  bof_ = eof_ = !found;
-}
+void Recordset::Positioned(bool found) { bof_ = eof_ = !found; }
 
 void Recordset::EndEdit() {
   if (cursor_) cursor_->UnlockRow();

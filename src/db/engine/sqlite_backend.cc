@@ -46,11 +46,16 @@ std::string Upper(std::string_view s) { return vb::UCase(s); }
 
 char KindCode(ObjectKey::Kind kind) {
   switch (kind) {
-    case ObjectKey::Kind::kDatabase: return 'D';
-    case ObjectKey::Kind::kTable: return 'T';
-    case ObjectKey::Kind::kField: return 'F';
-    case ObjectKey::Kind::kIndex: return 'I';
-    case ObjectKey::Kind::kQuery: return 'Q';
+    case ObjectKey::Kind::kDatabase:
+      return 'D';
+    case ObjectKey::Kind::kTable:
+      return 'T';
+    case ObjectKey::Kind::kField:
+      return 'F';
+    case ObjectKey::Kind::kIndex:
+      return 'I';
+    case ObjectKey::Kind::kQuery:
+      return 'Q';
   }
   return 'D';
 }
@@ -120,9 +125,8 @@ std::unique_ptr<SqliteBackend> SqliteBackend::Open(const OpenRequest& request) {
   struct stat st;
   if (::stat(path.c_str(), &st) != 0) {
     if (errno == ENOTDIR) Fail(e::kInvalidPath, {path});
-    std::string dir = path.substr(0, path.find_last_of('/') == std::string::npos
-                                         ? 0
-                                         : path.find_last_of('/'));
+    std::string dir =
+        path.substr(0, path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/'));
     if (!dir.empty() && ::access(dir.c_str(), F_OK) != 0) Fail(e::kInvalidPath, {path});
     Fail(e::kFileNotFound, {path});
   }
@@ -294,8 +298,9 @@ void SqliteBackend::BumpCatalogVersion() {
 // ---- Reading the catalog ------------------------------------------------------------
 
 int64_t SqliteBackend::CatalogVersion() {
-  auto stmt = db_->Prepare("SELECT schema_version, user_version FROM pragma_schema_version,"
-                           " pragma_user_version");
+  auto stmt = db_->Prepare(
+      "SELECT schema_version, user_version FROM pragma_schema_version,"
+      " pragma_user_version");
   stmt->Step();
   return (stmt->Int(0) << 32) + stmt->Int(1);
 }
@@ -333,8 +338,9 @@ TableInfo SqliteBackend::Describe(const std::string& name, bool in_catalog) {
     }
     return t;
   }
-  auto obj = db_->Prepare("SELECT Name, Attributes, ValidationRule, ValidationText, Connect,"
-                          " SourceTable FROM MSysObjects WHERE Name = ?1 AND Kind = 'T'");
+  auto obj = db_->Prepare(
+      "SELECT Name, Attributes, ValidationRule, ValidationText, Connect,"
+      " SourceTable FROM MSysObjects WHERE Name = ?1 AND Kind = 'T'");
   obj->BindText(1, name);
   if (obj->Step()) {
     t.name = obj->Text(0);
@@ -365,8 +371,9 @@ TableInfo SqliteBackend::Describe(const std::string& name, bool in_catalog) {
     t.fields.push_back(f);
   }
   cols.reset();
-  auto idx = db_->Prepare("SELECT Name, IsPrimary, IsUnique, IgnoreNulls, Fields FROM MSysIndexes"
-                          " WHERE TableName = ?1 ORDER BY Position");
+  auto idx = db_->Prepare(
+      "SELECT Name, IsPrimary, IsUnique, IgnoreNulls, Fields FROM MSysIndexes"
+      " WHERE TableName = ?1 ORDER BY Position");
   idx->BindText(1, name);
   while (idx->Step()) {
     IndexInfo ix;
@@ -378,8 +385,9 @@ TableInfo SqliteBackend::Describe(const std::string& name, bool in_catalog) {
     t.indexes.push_back(ix);
   }
   idx.reset();
-  auto props = db_->Prepare("SELECT Kind, ObjectName, Name, Type, Value FROM MSysProperties"
-                            " WHERE TableName = ?1 AND Kind IN ('T','F','I') ORDER BY Position");
+  auto props = db_->Prepare(
+      "SELECT Kind, ObjectName, Name, Type, Value FROM MSysProperties"
+      " WHERE TableName = ?1 AND Kind IN ('T','F','I') ORDER BY Position");
   props->BindText(1, name);
   while (props->Step()) {
     PropertyInfo p;
@@ -433,8 +441,9 @@ std::vector<QueryInfo> SqliteBackend::ReadQueries() {
   while (stmt->Step()) queries.push_back({stmt->Text(0), stmt->Text(1), {}});
   stmt.reset();
   for (QueryInfo& q : queries) {
-    auto props = db_->Prepare("SELECT Name, Type, Value FROM MSysProperties WHERE Kind = 'Q'"
-                              " AND TableName = ?1 ORDER BY Position");
+    auto props = db_->Prepare(
+        "SELECT Name, Type, Value FROM MSysProperties WHERE Kind = 'Q'"
+        " AND TableName = ?1 ORDER BY Position");
     props->BindText(1, q.name);
     while (props->Step()) {
       int type = static_cast<int>(props->Int(1));
@@ -483,25 +492,25 @@ void SqliteBackend::WriteRules(const TableInfo& table) {
                           "length(" + col + ") > " + std::to_string(f.size));
     }
     if (f.type == kByte || f.type == kInteger || f.type == kLong) {
-      std::string range = f.type == kByte ? "0 AND 255"
+      std::string range = f.type == kByte      ? "0 AND 255"
                           : f.type == kInteger ? "-32768 AND 32767"
                                                : "-2147483648 AND 2147483647";
-      checks += RaiseStep(e::kNumericOverflow, FormatText(e::kNumericOverflow, {}),
-                          "typeof(" + col + ") IN ('integer','real') AND " + col +
-                              " NOT BETWEEN " + range);
+      checks += RaiseStep(
+          e::kNumericOverflow, FormatText(e::kNumericOverflow, {}),
+          "typeof(" + col + ") IN ('integer','real') AND " + col + " NOT BETWEEN " + range);
     }
     if (!f.validation_rule.empty()) {
       jet::ExpressionOptions options{"NEW.", col};
       std::string rule = jet::TranslateExpression(f.validation_rule, options);
-      std::string text = !f.validation_text.empty()
-                             ? f.validation_text
-                             : FormatText(e::kFieldRule, {f.validation_rule,
-                                                          table.name + "." + f.name});
+      std::string text =
+          !f.validation_text.empty()
+              ? f.validation_text
+              : FormatText(e::kFieldRule, {f.validation_rule, table.name + "." + f.name});
       checks += RaiseStep(e::kFieldRule, text, "NOT (" + rule + ")");
     }
     if (counter) {
-      std::string where = " WHERE TableName = " + QuoteText(table.name) +
-                          " AND Name = " + QuoteText(f.name);
+      std::string where =
+          " WHERE TableName = " + QuoteText(table.name) + " AND Name = " + QuoteText(f.name);
       counters += "UPDATE " + QuoteName(table.name) + " SET " + QuoteName(f.name) +
                   " = (SELECT Seed FROM MSysColumns" + where + ") WHERE rowid = NEW.rowid AND " +
                   col + " IS NULL;\n";
@@ -548,8 +557,8 @@ std::string ColumnDefinition(const FieldInfo& f, bool allow_expression_default) 
   if (!f.default_value.empty()) {
     std::string expr = jet::TranslateExpression(
         f.default_value.front() == '=' ? f.default_value.substr(1) : f.default_value);
-    bool literal = !expr.empty() && (expr.front() == '\'' || std::isdigit(
-                                         static_cast<unsigned char>(expr.front())) ||
+    bool literal = !expr.empty() && (expr.front() == '\'' ||
+                                     std::isdigit(static_cast<unsigned char>(expr.front())) ||
                                      expr.front() == '-' || expr == "NULL");
     if (literal || allow_expression_default) def += " DEFAULT (" + expr + ")";
   }
@@ -577,8 +586,9 @@ void SqliteBackend::CreateTable(const TableInfo& table) {
   }
   Atomically([&] {
     {
-      auto exists = db_->Prepare("SELECT 1 FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE"
-                                 " AND type IN ('table','view')");
+      auto exists = db_->Prepare(
+          "SELECT 1 FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE"
+          " AND type IN ('table','view')");
       exists->BindText(1, table.name);
       if (exists->Step()) Fail(e::kTableExists, {table.name});
     }
@@ -595,9 +605,10 @@ void SqliteBackend::CreateTable(const TableInfo& table) {
       ddl += (i ? ", " : "") + ColumnDefinition(table.fields[i], true);
     }
     db_->Exec(ddl + ")");
-    auto obj = db_->Prepare("INSERT INTO MSysObjects(Name, Kind, Attributes, ValidationRule,"
-                            " ValidationText, Connect, SourceTable, DateCreate, DateUpdate)"
-                            " VALUES (?1, 'T', ?2, ?3, ?4, ?5, ?6, ?7, ?7)");
+    auto obj = db_->Prepare(
+        "INSERT INTO MSysObjects(Name, Kind, Attributes, ValidationRule,"
+        " ValidationText, Connect, SourceTable, DateCreate, DateUpdate)"
+        " VALUES (?1, 'T', ?2, ?3, ?4, ?5, ?6, ?7, ?7)");
     obj->BindText(1, table.name).BindInt(2, table.attributes & ~kSystemObject);
     obj->BindText(3, table.validation_rule).BindText(4, table.validation_text);
     obj->BindText(5, table.connect).BindText(6, table.source_table_name).BindText(7, Now());
@@ -664,8 +675,9 @@ void SqliteBackend::UpdateTable(std::string_view old_name, const TableInfo& tabl
         stmt->Run();
       }
     }
-    auto stmt = db_->Prepare("UPDATE MSysObjects SET Attributes = ?2, ValidationRule = ?3,"
-                             " ValidationText = ?4, DateUpdate = ?5 WHERE Name = ?1");
+    auto stmt = db_->Prepare(
+        "UPDATE MSysObjects SET Attributes = ?2, ValidationRule = ?3,"
+        " ValidationText = ?4, DateUpdate = ?5 WHERE Name = ?1");
     stmt->BindText(1, table.name).BindInt(2, table.attributes & ~kSystemObject);
     stmt->BindText(3, table.validation_rule).BindText(4, table.validation_text);
     stmt->BindText(5, Now());
@@ -751,9 +763,11 @@ void SqliteBackend::DropField(std::string_view table, std::string_view field) {
       stmt->BindText(1, info.name).BindText(2, fname);
       stmt->Run();
     }
-    auto renumber = db_->Prepare("UPDATE MSysColumns SET Position = Position - 1"
-                                 " WHERE TableName = ?1 AND Position > ?2");
-    renumber->BindText(1, info.name).BindInt(2, info.fields[static_cast<size_t>(i)].ordinal_position);
+    auto renumber = db_->Prepare(
+        "UPDATE MSysColumns SET Position = Position - 1"
+        " WHERE TableName = ?1 AND Position > ?2");
+    renumber->BindText(1, info.name)
+        .BindInt(2, info.fields[static_cast<size_t>(i)].ordinal_position);
     renumber->Run();
     renumber.reset();
     WriteRules(Describe(info.name, true));
@@ -789,13 +803,14 @@ void SqliteBackend::UpdateField(std::string_view table, std::string_view old_nam
         int k = FindByName(ix.fields, current.name);
         if (k < 0) continue;
         ix.fields[static_cast<size_t>(k)].name = field.name;
-        auto stmt = db_->Prepare(
-            "UPDATE MSysIndexes SET Fields = ?3 WHERE TableName = ?1 AND Name = ?2");
+        auto stmt =
+            db_->Prepare("UPDATE MSysIndexes SET Fields = ?3 WHERE TableName = ?1 AND Name = ?2");
         stmt->BindText(1, info.name).BindText(2, ix.name).BindText(3, EncodeIndexFields(ix.fields));
         stmt->Run();
       }
     }
-    int32_t attributes = (current.attributes & ~kAutoIncrField) | (field.attributes & kAutoIncrField);
+    int32_t attributes =
+        (current.attributes & ~kAutoIncrField) | (field.attributes & kAutoIncrField);
     auto stmt = db_->Prepare(
         "UPDATE MSysColumns SET Attributes = ?3, Required = ?4, AllowZeroLength = ?5,"
         " DefaultValue = ?6, ValidationRule = ?7, ValidationText = ?8"
@@ -849,8 +864,9 @@ void SqliteBackend::CreateIndex(std::string_view table, const IndexInfo& index) 
     db_->Exec(std::string(unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") +
               QuoteName(info.name + "." + index.name) + " ON " + QuoteName(info.name) + " (" +
               columns + ")" + (index.ignore_nulls ? " WHERE " + not_null : ""));
-    auto stmt = db_->Prepare("INSERT INTO MSysIndexes(TableName, Name, Position, IsPrimary,"
-                             " IsUnique, IgnoreNulls, Fields) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    auto stmt = db_->Prepare(
+        "INSERT INTO MSysIndexes(TableName, Name, Position, IsPrimary,"
+        " IsUnique, IgnoreNulls, Fields) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
     stmt->BindText(1, info.name).BindText(2, index.name).BindInt(3, position);
     stmt->BindInt(4, index.primary ? 1 : 0).BindInt(5, unique ? 1 : 0);
     stmt->BindInt(6, index.ignore_nulls ? 1 : 0).BindText(7, EncodeIndexFields(index.fields));
@@ -892,7 +908,8 @@ void SqliteBackend::SaveQuery(const QueryInfo& query) {
     clash.reset();
     auto stmt = db_->Prepare(
         "INSERT INTO MSysObjects(Name, Kind, SQL, DateCreate, DateUpdate) VALUES (?1, 'Q', ?2,"
-        " ?3, ?3) ON CONFLICT(Name) DO UPDATE SET SQL = excluded.SQL, DateUpdate = excluded.DateUpdate");
+        " ?3, ?3) ON CONFLICT(Name) DO UPDATE SET SQL = excluded.SQL, DateUpdate = "
+        "excluded.DateUpdate");
     stmt->BindText(1, query.name).BindText(2, query.sql).BindText(3, Now());
     stmt->Run();
   });
@@ -927,8 +944,9 @@ void SqliteBackend::SaveProperty(const ObjectKey& owner, const PropertyInfo& pro
 
 void SqliteBackend::RemoveProperty(const ObjectKey& owner, std::string_view name) {
   CheckWritable();
-  auto stmt = db_->Prepare("DELETE FROM MSysProperties WHERE Kind = ?1 AND TableName = ?2"
-                           " AND ObjectName = ?3 AND Name = ?4");
+  auto stmt = db_->Prepare(
+      "DELETE FROM MSysProperties WHERE Kind = ?1 AND TableName = ?2"
+      " AND ObjectName = ?3 AND Name = ?4");
   stmt->BindText(1, std::string(1, KindCode(owner.kind))).BindText(2, owner.table);
   stmt->BindText(3, owner.name).BindText(4, name);
   stmt->Run();
@@ -955,16 +973,15 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
 std::unique_ptr<Cursor> SqliteBackend::OpenTable(std::string_view table, int type,
                                                  int32_t options) {
   const TableInfo& info = Table(table);
-  bool writable = !read_only_ && type != kOpenSnapshot && type != kOpenForwardOnly &&
-                  !(options & kReadOnly);
+  bool writable =
+      !read_only_ && type != kOpenSnapshot && type != kOpenForwardOnly && !(options & kReadOnly);
   if (locks_ && !locks_->TableFree(info.name, false)) {
     Fail(e::kTableLockedByUser, {info.name, "Admin", "this machine"});
   }
   return MakeTableCursor(this, info, writable, options);
 }
 
-std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type,
-                                                 int32_t options) {
+std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type, int32_t options) {
   jet::Statement st;
   if (options & kSQLPassThrough) {
     st.sql = std::string(sql);
@@ -972,8 +989,8 @@ std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type,
     st = jet::TranslateStatement(sql);
     if (st.kind != jet::StatementKind::kSelect) Fail(e::kInvalidOperation);
   }
-  bool writable = !read_only_ && type == kOpenDynaset && !(options & kReadOnly) &&
-                  !st.single_table.empty();
+  bool writable =
+      !read_only_ && type == kOpenDynaset && !(options & kReadOnly) && !st.single_table.empty();
   return MakeQueryCursor(this, st.sql, writable ? st.single_table : "");
 }
 

@@ -106,7 +106,7 @@ class SqliteBackend : public Backend {
   std::unique_ptr<LockFile> locks_;
   bool read_only_;
   bool in_transaction_ = false;
-  int64_t cached_version_ = -1;  // the catalog version table_cache_ was read at
+  int64_t cached_version_ = -1;                   // the catalog version table_cache_ was read at
   std::map<std::string, TableInfo> table_cache_;  // by upper-case name
   bool cache_valid_ = false;
 };

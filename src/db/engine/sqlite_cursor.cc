@@ -56,7 +56,8 @@ void BindLiterals(Stmt& stmt, const std::vector<Variant>& literals) {
 // rowid.
 class RowWriter {
  public:
-  RowWriter(SqliteBackend* backend, std::string table) : backend_(backend), table_(std::move(table)) {}
+  RowWriter(SqliteBackend* backend, std::string table)
+      : backend_(backend), table_(std::move(table)) {}
 
   // fields[i] is written from values[i] when the value is given.
   int64_t Insert(const std::vector<FieldInfo>& fields,
@@ -74,8 +75,9 @@ class RowWriter {
       marks += "?" + std::to_string(bound.size() + 1);
       bound.push_back(i);
     }
-    std::string sql = "INSERT INTO " + QuoteName(table_) +
-                      (bound.empty() ? " DEFAULT VALUES" : " (" + columns + ") VALUES (" + marks + ")");
+    std::string sql =
+        "INSERT INTO " + QuoteName(table_) +
+        (bound.empty() ? " DEFAULT VALUES" : " (" + columns + ") VALUES (" + marks + ")");
     auto stmt = backend_->db().Prepare(sql);
     for (size_t k = 0; k < bound.size(); ++k) {
       stmt->BindAs(static_cast<int>(k + 1), *values[bound[k]], fields[bound[k]].type);
@@ -131,8 +133,11 @@ class RowWriter {
 class TableCursor : public Cursor {
  public:
   TableCursor(SqliteBackend* backend, const TableInfo& table, bool writable, int32_t options)
-      : backend_(backend), fields_(table.fields), writer_(backend, table.name),
-        writable_(writable), options_(options) {
+      : backend_(backend),
+        fields_(table.fields),
+        writer_(backend, table.name),
+        writable_(writable),
+        options_(options) {
     select_ = "SELECT rowid";
     for (const FieldInfo& f : fields_) select_ += ", " + QuoteName(f.name);
     select_ += " FROM " + QuoteName(table.name);
@@ -168,8 +173,12 @@ class TableCursor : public Cursor {
     std::string where = "(" + entry.where + ")";
     std::string suffix;
     switch (direction) {
-      case Direction::kFirst: suffix = " WHERE " + where + " ORDER BY rowid LIMIT 1"; break;
-      case Direction::kLast: suffix = " WHERE " + where + " ORDER BY rowid DESC LIMIT 1"; break;
+      case Direction::kFirst:
+        suffix = " WHERE " + where + " ORDER BY rowid LIMIT 1";
+        break;
+      case Direction::kLast:
+        suffix = " WHERE " + where + " ORDER BY rowid DESC LIMIT 1";
+        break;
       case Direction::kNext:
         suffix = " WHERE " + where + " AND rowid > ?1 ORDER BY rowid LIMIT 1";
         break;
@@ -314,8 +323,10 @@ class QueryCursor : public Cursor {
         } catch (const Error&) {
         }
         // Writable only through columns of the base table itself.
-        if (base && SameName(table, base->name)) base_columns_.push_back(origin);
-        else base_columns_.push_back("");
+        if (base && SameName(table, base->name))
+          base_columns_.push_back(origin);
+        else
+          base_columns_.push_back("");
       } else {
         base_columns_.push_back("");
         if (f.name.find_first_of("(\" '") != std::string::npos) {
@@ -331,8 +342,10 @@ class QueryCursor : public Cursor {
           FieldInfo& f = fields_[static_cast<size_t>(c - first)];
           if (f.type != 0) continue;
           int stored = sqlite3_column_type(raw, c);
-          f.type = stored == SQLITE_INTEGER ? kLong : stored == SQLITE_FLOAT ? kDouble
-                   : stored == SQLITE_BLOB  ? kLongBinary : kText;
+          f.type = stored == SQLITE_INTEGER ? kLong
+                   : stored == SQLITE_FLOAT ? kDouble
+                   : stored == SQLITE_BLOB  ? kLongBinary
+                                            : kText;
           f.size = DefaultFieldSize(f.type);
         }
         typed = true;
@@ -385,7 +398,8 @@ class QueryCursor : public Cursor {
       sql += (i ? ", ?" : "?") + std::to_string(base + static_cast<int>(i)) + " AS " +
              QuoteName(fields_[i].name);
     }
-    sql += ") AS " + QuoteName(writer_.table().empty() ? "Query" : writer_.table()) + " WHERE " + where;
+    sql += ") AS " + QuoteName(writer_.table().empty() ? "Query" : writer_.table()) + " WHERE " +
+           where;
     std::unique_ptr<Stmt> stmt;
     try {
       stmt = backend_->db().Prepare(sql);
@@ -396,9 +410,10 @@ class QueryCursor : public Cursor {
       throw;
     }
     int64_t n = static_cast<int64_t>(rows_.size());
-    int64_t start = direction == Direction::kFirst ? 0
+    int64_t start = direction == Direction::kFirst  ? 0
                     : direction == Direction::kLast ? n - 1
-                    : direction == Direction::kNext ? pos_ + 1 : pos_ - 1;
+                    : direction == Direction::kNext ? pos_ + 1
+                                                    : pos_ - 1;
     int step = direction == Direction::kFirst || direction == Direction::kNext ? 1 : -1;
     for (int64_t i = start; i >= 0 && i < n; i += step) {
       if (deleted_[static_cast<size_t>(i)]) continue;
@@ -420,7 +435,9 @@ class QueryCursor : public Cursor {
     return rows_[static_cast<size_t>(pos_)];
   }
   Bookmark CurrentBookmark() const override {
-    return pos_ >= 0 && pos_ < static_cast<int64_t>(rowids_.size()) ? rowids_[static_cast<size_t>(pos_)] : 0;
+    return pos_ >= 0 && pos_ < static_cast<int64_t>(rowids_.size())
+               ? rowids_[static_cast<size_t>(pos_)]
+               : 0;
   }
   int64_t Count() override {
     int64_t n = 0;
@@ -506,8 +523,10 @@ class QueryCursor : public Cursor {
   std::vector<std::optional<Variant>> Writable(const std::vector<std::optional<Variant>>& values) {
     std::vector<std::optional<Variant>> out(values.size());
     for (size_t i = 0; i < values.size() && i < base_columns_.size(); ++i) {
-      if (values[i] && !base_columns_[i].empty()) out[i] = values[i];
-      else if (values[i]) Fail(e::kFieldNotUpdatable);
+      if (values[i] && !base_columns_[i].empty())
+        out[i] = values[i];
+      else if (values[i])
+        Fail(e::kFieldNotUpdatable);
     }
     return out;
   }

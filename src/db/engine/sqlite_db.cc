@@ -28,13 +28,25 @@ bool IsoToDate(std::string_view text, Date* out) {
 
 std::string ColumnType(int type) {
   switch (type) {
-    case kBoolean: case kByte: case kInteger: case kLong: case kBigInt:
+    case kBoolean:
+    case kByte:
+    case kInteger:
+    case kLong:
+    case kBigInt:
       return "INTEGER";
-    case kCurrency: case kSingle: case kDouble: case kFloat: case kNumeric: case kDecimal:
+    case kCurrency:
+    case kSingle:
+    case kDouble:
+    case kFloat:
+    case kNumeric:
+    case kDecimal:
       return "REAL";
-    case kDate: case kTime: case kTimeStamp:
+    case kDate:
+    case kTime:
+    case kTimeStamp:
       return "TEXT";
-    case kBinary: case kLongBinary:
+    case kBinary:
+    case kLongBinary:
       return "BLOB";
     default:
       return "TEXT COLLATE NOCASE";
@@ -73,13 +85,19 @@ Stmt& Stmt::BindNull(int index) {
 
 Stmt& Stmt::Bind(int index, const Variant& v) {
   switch (v.type()) {
-    case VarType::kEmpty: case VarType::kNull: case VarType::kError:
+    case VarType::kEmpty:
+    case VarType::kNull:
+    case VarType::kError:
       return BindNull(index);
     case VarType::kBoolean:
       return BindInt(index, v.AsBoolean() ? -1 : 0);
-    case VarType::kByte: case VarType::kInteger: case VarType::kLong:
+    case VarType::kByte:
+    case VarType::kInteger:
+    case VarType::kLong:
       return BindInt(index, static_cast<int64_t>(v.NumericValue()));
-    case VarType::kSingle: case VarType::kDouble: case VarType::kCurrency:
+    case VarType::kSingle:
+    case VarType::kDouble:
+    case VarType::kCurrency:
       sqlite3_bind_double(stmt_, index, v.NumericValue());
       return *this;
     case VarType::kDate:
@@ -97,12 +115,19 @@ Stmt& Stmt::BindAs(int index, const Variant& v, int type) {
     switch (type) {
       case kBoolean:
         return BindInt(index, vb::CBool(v) ? -1 : 0);
-      case kByte: case kInteger: case kLong: case kBigInt: {
+      case kByte:
+      case kInteger:
+      case kLong:
+      case kBigInt: {
         double x = vb::RoundHalfEven(vb::CDbl(v));
-        double lo = type == kByte ? 0 : type == kInteger ? -32768.0
-                    : type == kLong ? -2147483648.0 : -9.2e18;
-        double hi = type == kByte ? 255 : type == kInteger ? 32767.0
-                    : type == kLong ? 2147483647.0 : 9.2e18;
+        double lo = type == kByte      ? 0
+                    : type == kInteger ? -32768.0
+                    : type == kLong    ? -2147483648.0
+                                       : -9.2e18;
+        double hi = type == kByte      ? 255
+                    : type == kInteger ? 32767.0
+                    : type == kLong    ? 2147483647.0
+                                       : 9.2e18;
         if (x < lo || x > hi) Fail(e::kNumericOverflow);
         return BindInt(index, static_cast<int64_t>(x));
       }
@@ -112,12 +137,18 @@ Stmt& Stmt::BindAs(int index, const Variant& v, int type) {
       case kSingle:
         sqlite3_bind_double(stmt_, index, vb::CSng(v));
         return *this;
-      case kDouble: case kFloat: case kNumeric: case kDecimal:
+      case kDouble:
+      case kFloat:
+      case kNumeric:
+      case kDecimal:
         sqlite3_bind_double(stmt_, index, vb::CDbl(v));
         return *this;
-      case kDate: case kTime: case kTimeStamp:
+      case kDate:
+      case kTime:
+      case kTimeStamp:
         return BindText(index, DateToIso(vb::CDate(v)));
-      case kBinary: case kLongBinary:
+      case kBinary:
+      case kLongBinary:
         if (v.IsArray()) {
           std::string bytes;
           for (const Variant& b : v.AsArray().elements()) bytes += static_cast<char>(vb::CByte(b));
@@ -172,9 +203,15 @@ Variant Stmt::Value(int col, int type) const {
     }
     case kSingle:
       return Variant(static_cast<float>(sqlite3_column_double(stmt_, col)));
-    case kDouble: case kFloat: case kNumeric: case kDecimal: case kBigInt:
+    case kDouble:
+    case kFloat:
+    case kNumeric:
+    case kDecimal:
+    case kBigInt:
       return Variant(sqlite3_column_double(stmt_, col));
-    case kDate: case kTime: case kTimeStamp: {
+    case kDate:
+    case kTime:
+    case kTimeStamp: {
       Date d;
       if (stored == SQLITE_TEXT && IsoToDate(Text(col), &d)) return Variant(d);
       if (stored == SQLITE_INTEGER || stored == SQLITE_FLOAT) {
@@ -182,7 +219,8 @@ Variant Stmt::Value(int col, int type) const {
       }
       return Variant(Text(col));
     }
-    case kBinary: case kLongBinary: {
+    case kBinary:
+    case kLongBinary: {
       const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(stmt_, col));
       int n = sqlite3_column_bytes(stmt_, col);
       Array bytes(VarType::kByte, {{0, n - 1}});
@@ -311,8 +349,9 @@ void Db::RaiseFor(int rc, const std::string& message, sqlite3* /*db*/) {
     Fail(e::kUndefinedFunction, {f});
   }
   if (!After(message, "ambiguous column name").empty()) Fail(e::kSyntaxSelect);
-  throw Error(3000, "DAO.Database", "Reserved error (" + std::to_string(rc) +
-                                        "); there is no message for this error: " + message);
+  throw Error(3000, "DAO.Database",
+              "Reserved error (" + std::to_string(rc) +
+                  "); there is no message for this error: " + message);
 }
 
 }  // namespace qor::dao::sqlite

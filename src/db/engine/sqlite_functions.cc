@@ -95,13 +95,16 @@ void ResultText(sqlite3_context* ctx, const std::string& s) {
 
 void ResultVariant(sqlite3_context* ctx, const Variant& v) {
   switch (v.type()) {
-    case VarType::kNull: case VarType::kEmpty:
+    case VarType::kNull:
+    case VarType::kEmpty:
       sqlite3_result_null(ctx);
       break;
     case VarType::kBoolean:
       sqlite3_result_int(ctx, v.AsBoolean() ? -1 : 0);
       break;
-    case VarType::kByte: case VarType::kInteger: case VarType::kLong:
+    case VarType::kByte:
+    case VarType::kInteger:
+    case VarType::kLong:
       sqlite3_result_int64(ctx, static_cast<int64_t>(v.NumericValue()));
       break;
     case VarType::kDate:
@@ -175,7 +178,8 @@ Variant Diff(const std::string& unit, Date a, Date b) {
   std::string u = vb::LCase(unit);
   vb::DateParts pa = vb::SplitDate(a), pb = vb::SplitDate(b);
   if (u == "yyyy") return Long(pb.year - pa.year);
-  if (u == "q") return Long((pb.year * 4 + (pb.month - 1) / 3) - (pa.year * 4 + (pa.month - 1) / 3));
+  if (u == "q")
+    return Long((pb.year * 4 + (pb.month - 1) / 3) - (pa.year * 4 + (pa.month - 1) / 3));
   if (u == "m") return Long((pb.year * 12 + pb.month) - (pa.year * 12 + pa.month));
   double days = std::floor(b.serial) - std::floor(a.serial);
   if (u == "d" || u == "y") return Long(static_cast<int32_t>(days));
@@ -220,106 +224,132 @@ bool JetLike(std::string_view text, std::string_view pattern) {
 }
 
 void RegisterFunctions(sqlite3* db) {
-  Register(db, "qor_like", 2, +[](int, sqlite3_value** a) {
-             return Variant(JetLike(Str(a[0]), Str(a[1])) ? Long(-1) : Long(0));
-           });
-  Register(db, "qor_right", 2, +[](int, sqlite3_value** a) {
-             return Variant(vb::Right(Str(a[0]), static_cast<int64_t>(vb::CLng(Arg(a[1])))));
-           });
-  Register(db, "qor_instr", 2, +[](int, sqlite3_value** a) {
-             return Long(static_cast<int32_t>(
-                 vb::InStr(1, Str(a[0]), Str(a[1]), vb::CompareMode::kText)));
-           });
-  Register(db, "qor_instr", 3, +[](int, sqlite3_value** a) {
-             return Long(static_cast<int32_t>(
-                 vb::InStr(vb::CLng(Arg(a[0])), Str(a[1]), Str(a[2]), vb::CompareMode::kText)));
-           });
-  Register(db, "qor_val", 1, +[](int, sqlite3_value** a) { return Variant(vb::Val(Str(a[0]))); });
-  Register(db, "qor_clng", 1, +[](int, sqlite3_value** a) { return Long(vb::CLng(Arg(a[0]))); });
-  Register(db, "qor_cdbl", 1, +[](int, sqlite3_value** a) { return Variant(vb::CDbl(Arg(a[0]))); });
-  Register(db, "qor_cstr", 1, +[](int, sqlite3_value** a) { return Variant(Str(a[0])); });
-  Register(db, "qor_int", 1, +[](int, sqlite3_value** a) {
-             return Variant(std::floor(vb::CDbl(Arg(a[0]))));
-           });
-  Register(db, "qor_fix", 1, +[](int, sqlite3_value** a) {
-             return Variant(std::trunc(vb::CDbl(Arg(a[0]))));
-           });
-  Register(db, "qor_sgn", 1, +[](int, sqlite3_value** a) {
-             double x = vb::CDbl(Arg(a[0]));
-             return Long(x > 0 ? 1 : x < 0 ? -1 : 0);
-           });
-  Register(db, "qor_sqr", 1, +[](int, sqlite3_value** a) {
-             double x = vb::CDbl(Arg(a[0]));
-             if (x < 0) Raise(err::kInvalidCall);
-             return Variant(std::sqrt(x));
-           });
-  Register(db, "qor_pow", 2, +[](int, sqlite3_value** a) {
-             return Variant(std::pow(vb::CDbl(Arg(a[0])), vb::CDbl(Arg(a[1]))));
-           });
-  Register(db, "qor_idiv", 2, +[](int, sqlite3_value** a) {
-             double d = vb::RoundHalfEven(vb::CDbl(Arg(a[1])));
-             if (d == 0) Raise(11);
-             return Variant(std::trunc(vb::RoundHalfEven(vb::CDbl(Arg(a[0]))) / d));
-           });
-  Register(db, "qor_mod", 2, +[](int, sqlite3_value** a) {
-             double d = vb::RoundHalfEven(vb::CDbl(Arg(a[1])));
-             if (d == 0) Raise(11);
-             return Variant(std::fmod(vb::RoundHalfEven(vb::CDbl(Arg(a[0]))), d));
-           });
-  Register(db, "qor_space", 1, +[](int, sqlite3_value** a) {
-             return Variant(vb::Space(vb::CLng(Arg(a[0]))));
-           });
-  Register(db, "qor_str", 1, +[](int, sqlite3_value** a) {
-             Variant v = Arg(a[0]);
-             std::string s = vb::CStr(v);
-             return Variant(vb::CDbl(v) >= 0 ? " " + s : s);
-           });
-  Register(db, "qor_strcomp", 2, +[](int, sqlite3_value** a) {
-             return Long(vb::StrComp(Str(a[0]), Str(a[1])));
-           });
-  Register(db, "qor_strcomp", 3, +[](int, sqlite3_value** a) {
-             bool text = vb::CLng(Arg(a[2])) == 1;
-             return Long(vb::StrComp(Str(a[0]), Str(a[1]),
-                                     text ? vb::CompareMode::kText : vb::CompareMode::kBinary));
-           });
-  Register(db, "qor_isnumeric", 1, +[](int, sqlite3_value** a) {
-             return Long(vb::IsNumeric(Arg(a[0])) ? -1 : 0);
-           });
-  Register(db, "qor_isdate", 1, +[](int, sqlite3_value** a) {
-             Date d;
-             Variant v = Arg(a[0]);
-             return Long(v.IsString() && IsoToDate(v.AsString(), &d) ? -1 : 0);
-           });
-  Register(db, "qor_cdate", 1, +[](int, sqlite3_value** a) { return Variant(ArgDate(a[0])); });
-  Register(db, "qor_date", 0, +[](int, sqlite3_value**) { return Variant(vb::Today()); },
-           false);
-  Register(db, "qor_now", 0, +[](int, sqlite3_value**) {
-             Date now = vb::Now();
-             return Variant(Date{std::round(now.serial * 86400.0) / 86400.0});
-           }, false);
-  Register(db, "qor_time", 0, +[](int, sqlite3_value**) {
-             Date now = vb::Now();
-             return Variant(Date{now.serial - std::floor(now.serial)});
-           }, false);
-  Register(db, "qor_datepart", 2, +[](int, sqlite3_value** a) {
-             return Part(Str(a[0]), ArgDate(a[1]));
-           });
-  Register(db, "qor_weekday", 1, +[](int, sqlite3_value** a) {
-             return Long(vb::Weekday(ArgDate(a[0])));
-           });
-  Register(db, "qor_weekday", 2, +[](int, sqlite3_value** a) {
-             return Long(vb::Weekday(ArgDate(a[0]), vb::CLng(Arg(a[1]))));
-           });
-  Register(db, "qor_dateserial", 3, +[](int, sqlite3_value** a) {
-             return Variant(vb::DateSerial(vb::CLng(Arg(a[0])), vb::CLng(Arg(a[1])),
-                                           vb::CLng(Arg(a[2]))));
-           });
-  Register(db, "qor_dateadd", 3, +[](int, sqlite3_value** a) {
-             return Variant(AddInterval(Str(a[0]), vb::CDbl(Arg(a[1])), ArgDate(a[2])));
-           });
-  Register(db, "qor_datediff", 3, +[](int, sqlite3_value** a) {
-             return Diff(Str(a[0]), ArgDate(a[1]), ArgDate(a[2]));
-           });
+  Register(
+      db, "qor_like", 2, +[](int, sqlite3_value** a) {
+        return Variant(JetLike(Str(a[0]), Str(a[1])) ? Long(-1) : Long(0));
+      });
+  Register(
+      db, "qor_right", 2, +[](int, sqlite3_value** a) {
+        return Variant(vb::Right(Str(a[0]), static_cast<int64_t>(vb::CLng(Arg(a[1])))));
+      });
+  Register(
+      db, "qor_instr", 2, +[](int, sqlite3_value** a) {
+        return Long(
+            static_cast<int32_t>(vb::InStr(1, Str(a[0]), Str(a[1]), vb::CompareMode::kText)));
+      });
+  Register(
+      db, "qor_instr", 3, +[](int, sqlite3_value** a) {
+        return Long(static_cast<int32_t>(
+            vb::InStr(vb::CLng(Arg(a[0])), Str(a[1]), Str(a[2]), vb::CompareMode::kText)));
+      });
+  Register(
+      db, "qor_val", 1, +[](int, sqlite3_value** a) { return Variant(vb::Val(Str(a[0]))); });
+  Register(
+      db, "qor_clng", 1, +[](int, sqlite3_value** a) { return Long(vb::CLng(Arg(a[0]))); });
+  Register(
+      db, "qor_cdbl", 1, +[](int, sqlite3_value** a) { return Variant(vb::CDbl(Arg(a[0]))); });
+  Register(
+      db, "qor_cstr", 1, +[](int, sqlite3_value** a) { return Variant(Str(a[0])); });
+  Register(
+      db, "qor_int", 1,
+      +[](int, sqlite3_value** a) { return Variant(std::floor(vb::CDbl(Arg(a[0])))); });
+  Register(
+      db, "qor_fix", 1,
+      +[](int, sqlite3_value** a) { return Variant(std::trunc(vb::CDbl(Arg(a[0])))); });
+  Register(
+      db, "qor_sgn", 1, +[](int, sqlite3_value** a) {
+        double x = vb::CDbl(Arg(a[0]));
+        return Long(x > 0 ? 1 : x < 0 ? -1 : 0);
+      });
+  Register(
+      db, "qor_sqr", 1, +[](int, sqlite3_value** a) {
+        double x = vb::CDbl(Arg(a[0]));
+        if (x < 0) Raise(err::kInvalidCall);
+        return Variant(std::sqrt(x));
+      });
+  Register(
+      db, "qor_pow", 2, +[](int, sqlite3_value** a) {
+        return Variant(std::pow(vb::CDbl(Arg(a[0])), vb::CDbl(Arg(a[1]))));
+      });
+  Register(
+      db, "qor_idiv", 2, +[](int, sqlite3_value** a) {
+        double d = vb::RoundHalfEven(vb::CDbl(Arg(a[1])));
+        if (d == 0) Raise(11);
+        return Variant(std::trunc(vb::RoundHalfEven(vb::CDbl(Arg(a[0]))) / d));
+      });
+  Register(
+      db, "qor_mod", 2, +[](int, sqlite3_value** a) {
+        double d = vb::RoundHalfEven(vb::CDbl(Arg(a[1])));
+        if (d == 0) Raise(11);
+        return Variant(std::fmod(vb::RoundHalfEven(vb::CDbl(Arg(a[0]))), d));
+      });
+  Register(
+      db, "qor_space", 1,
+      +[](int, sqlite3_value** a) { return Variant(vb::Space(vb::CLng(Arg(a[0])))); });
+  Register(
+      db, "qor_str", 1, +[](int, sqlite3_value** a) {
+        Variant v = Arg(a[0]);
+        std::string s = vb::CStr(v);
+        return Variant(vb::CDbl(v) >= 0 ? " " + s : s);
+      });
+  Register(
+      db, "qor_strcomp", 2,
+      +[](int, sqlite3_value** a) { return Long(vb::StrComp(Str(a[0]), Str(a[1]))); });
+  Register(
+      db, "qor_strcomp", 3, +[](int, sqlite3_value** a) {
+        bool text = vb::CLng(Arg(a[2])) == 1;
+        return Long(vb::StrComp(Str(a[0]), Str(a[1]),
+                                text ? vb::CompareMode::kText : vb::CompareMode::kBinary));
+      });
+  Register(
+      db, "qor_isnumeric", 1,
+      +[](int, sqlite3_value** a) { return Long(vb::IsNumeric(Arg(a[0])) ? -1 : 0); });
+  Register(
+      db, "qor_isdate", 1, +[](int, sqlite3_value** a) {
+        Date d;
+        Variant v = Arg(a[0]);
+        return Long(v.IsString() && IsoToDate(v.AsString(), &d) ? -1 : 0);
+      });
+  Register(
+      db, "qor_cdate", 1, +[](int, sqlite3_value** a) { return Variant(ArgDate(a[0])); });
+  Register(
+      db, "qor_date", 0, +[](int, sqlite3_value**) { return Variant(vb::Today()); }, false);
+  Register(
+      db, "qor_now", 0,
+      +[](int, sqlite3_value**) {
+        Date now = vb::Now();
+        return Variant(Date{std::round(now.serial * 86400.0) / 86400.0});
+      },
+      false);
+  Register(
+      db, "qor_time", 0,
+      +[](int, sqlite3_value**) {
+        Date now = vb::Now();
+        return Variant(Date{now.serial - std::floor(now.serial)});
+      },
+      false);
+  Register(
+      db, "qor_datepart", 2,
+      +[](int, sqlite3_value** a) { return Part(Str(a[0]), ArgDate(a[1])); });
+  Register(
+      db, "qor_weekday", 1,
+      +[](int, sqlite3_value** a) { return Long(vb::Weekday(ArgDate(a[0]))); });
+  Register(
+      db, "qor_weekday", 2, +[](int, sqlite3_value** a) {
+        return Long(vb::Weekday(ArgDate(a[0]), vb::CLng(Arg(a[1]))));
+      });
+  Register(
+      db, "qor_dateserial", 3, +[](int, sqlite3_value** a) {
+        return Variant(
+            vb::DateSerial(vb::CLng(Arg(a[0])), vb::CLng(Arg(a[1])), vb::CLng(Arg(a[2]))));
+      });
+  Register(
+      db, "qor_dateadd", 3, +[](int, sqlite3_value** a) {
+        return Variant(AddInterval(Str(a[0]), vb::CDbl(Arg(a[1])), ArgDate(a[2])));
+      });
+  Register(
+      db, "qor_datediff", 3,
+      +[](int, sqlite3_value** a) { return Diff(Str(a[0]), ArgDate(a[1]), ArgDate(a[2])); });
 }
 
 }  // namespace qor::dao::sqlite
