@@ -22,6 +22,7 @@
 #ifndef QOR_DB_ENGINE_SQLITE_BACKEND_H_
 #define QOR_DB_ENGINE_SQLITE_BACKEND_H_
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -98,8 +99,7 @@ class SqliteBackend : public Backend {
   void Touch();  // after a schema change: forget the cached catalog
   void BumpCatalogVersion();
   // Runs fn in a savepoint: all of it or nothing.
-  template <typename F>
-  void Atomically(F fn);
+  void Atomically(const std::function<void()>& fn);
 
   std::string path_;
   std::unique_ptr<Db> db_;
