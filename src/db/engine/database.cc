@@ -306,6 +306,9 @@ std::shared_ptr<Database> DBEngine::OpenDatabase(std::string_view name, const Va
     databases_.push_back(db);
     return db;
   }
+  if (vb::UCase(request.connect).rfind("ODBC", 0) == 0) {
+    Fail(e::kOdbcConnectFailed, {request.name});
+  }
   if (header.empty()) Fail(e::kFileNotFound, {request.name});
   Fail(e::kUnrecognizedFormat, {request.name});
 }

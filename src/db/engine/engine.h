@@ -91,8 +91,9 @@ class PropertyOwner {
 
 class Property : public Object {
  public:
-  // A property of owner (built_in: one of its class's).
-  Property(PropertyOwner* owner, ObjectRef keep_alive, std::string name, bool built_in);
+  // A property of owner (built_in: one of its class's). owner_ref is the
+  // owner as an Object: the property fails with 3420 once it is gone.
+  Property(PropertyOwner* owner, std::weak_ptr<Object> owner_ref, std::string name, bool built_in);
   // A new property from CreateProperty, not yet appended.
   explicit Property(PropertyInfo info);
 
@@ -108,11 +109,15 @@ class Property : public Object {
 
   // For PropertyOwner: the detached property's content.
   const PropertyInfo& info() const { return info_; }
-  void Attach(PropertyOwner* owner, ObjectRef keep_alive);
+  void Attach(PropertyOwner* owner, std::weak_ptr<Object> owner_ref);
 
  private:
+  // The owner, or null while the property is not appended; raises 3420
+  // when the owner is gone.
+  PropertyOwner* Owner() const;
+
   PropertyOwner* owner_ = nullptr;
-  ObjectRef keep_alive_;
+  std::weak_ptr<Object> owner_ref_;
   std::string name_;
   bool built_in_ = false;
   PropertyInfo info_;  // while detached

@@ -371,6 +371,9 @@ TEST_F(EngineTest, BadFilesGiveDaoErrorsAndLeaveNothingDamaged) {
   EXPECT_DAO_ERROR(engine->OpenDatabase(dir_.File("missing.mdb")), e::kFileNotFound);
   EXPECT_DAO_ERROR(engine->OpenDatabase(dir_.File("no/such/dir.mdb")), e::kInvalidPath);
   EXPECT_DAO_ERROR(engine->CreateDatabase(path_, kLangGeneral), e::kDatabaseExists);
+  EXPECT_DAO_ERROR(engine->OpenDatabase("Payroll", Long(kDriverNoPrompt), Variant(false),
+                                        "ODBC;UID=u;DSN=Payroll"),
+                   e::kOdbcConnectFailed);
   {
     std::FILE* f = std::fopen(dir_.File("text.mdb").c_str(), "w");
     std::fputs("this is not a database, only a text file of some length", f);

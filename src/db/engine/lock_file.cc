@@ -55,6 +55,19 @@ LockFile::~LockFile() {
   if (fd_ >= 0) ::close(fd_);
 }
 
+bool LockFile::InUse(const std::string& db_path) {
+  int fd = ::open(PathFor(db_path).c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0) return false;
+  struct flock fl = {};
+  fl.l_type = F_WRLCK;
+  fl.l_whence = SEEK_SET;
+  fl.l_start = kDatabaseByte;
+  fl.l_len = 1;
+  bool in_use = ::fcntl(fd, F_OFD_GETLK, &fl) == 0 && fl.l_type != F_UNLCK;
+  ::close(fd);
+  return in_use;
+}
+
 bool LockFile::SetLock(int64_t offset, int64_t length, short type) {
   if (fd_ < 0) return true;
   struct flock fl = {};

@@ -44,6 +44,11 @@ class LockFile {
   // The path of the lock file of db_path.
   static std::string PathFor(const std::string& db_path);
 
+  // Whether any connection (of this or another process) has the database
+  // at db_path open. A file that must not be deleted while in use (the
+  // system would let it go) is tested with this first.
+  static bool InUse(const std::string& db_path);
+
  private:
   bool SetLock(int64_t offset, int64_t length, short type);
   bool TestLock(int64_t offset, int64_t length, short type);

@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "db/engine/engine.h"
+#include "db/engine/lock_file.h"
 #include "frame/error.h"
 #include "testing/test_util.h"
 
@@ -200,7 +201,9 @@ TEST_F(LockTest, ExclusiveDatabasesAndDeniedTables) {
     });
     ASSERT_TRUE(child.AwaitReady());
     EXPECT_EQ(ErrorOf([&] { Open(); }), e::kFileInUse);
+    EXPECT_TRUE(LockFile::InUse(path_));
   }
+  EXPECT_FALSE(LockFile::InUse(path_));
   auto db = Open();
   Child child([&](Child& self) {
     auto mine = DBEngine::Get()->OpenDatabase(path_);

@@ -87,10 +87,10 @@ std::shared_ptr<Properties> PropertyOwner::GetProperties() {
     auto& items = owner->properties_->raw();
     items.clear();
     for (const std::string& name : owner->BuiltInNames()) {
-      items.push_back(std::make_shared<Property>(owner, self, name, true));
+      items.push_back(std::make_shared<Property>(owner, weak, name, true));
     }
     for (const PropertyInfo& p : owner->UserProperties()) {
-      items.push_back(std::make_shared<Property>(owner, self, p.name, false));
+      items.push_back(std::make_shared<Property>(owner, weak, p.name, false));
     }
   };
   hooks.append = [weak, owner](const std::shared_ptr<Property>& p) {
@@ -102,7 +102,7 @@ std::shared_ptr<Properties> PropertyOwner::GetProperties() {
     info.value = CoerceToType(info.value, info.type);
     owner->StoreProperty(info);
     owner->UserProperties().push_back(info);
-    p->Attach(owner, self);
+    p->Attach(owner, weak);
   };
   hooks.remove = [weak, owner](const std::shared_ptr<Property>& p) {
     if (!weak.lock()) Fail(e::kObjectInvalid);
@@ -132,17 +132,23 @@ Variant PropertyOwner::UserProperty(std::string_view name) {
   return UserProperties()[static_cast<size_t>(i)].value;
 }
 
-Property::Property(PropertyOwner* owner, ObjectRef keep_alive, std::string name, bool built_in)
+Property::Property(PropertyOwner* owner, std::weak_ptr<Object> owner_ref, std::string name,
+                   bool built_in)
     : owner_(owner),
-      keep_alive_(std::move(keep_alive)),
+      owner_ref_(std::move(owner_ref)),
       name_(std::move(name)),
       built_in_(built_in) {}
 
 Property::Property(PropertyInfo info) : name_(info.name), info_(std::move(info)) {}
 
-void Property::Attach(PropertyOwner* owner, ObjectRef keep_alive) {
+void Property::Attach(PropertyOwner* owner, std::weak_ptr<Object> owner_ref) {
   owner_ = owner;
-  keep_alive_ = std::move(keep_alive);
+  owner_ref_ = std::move(owner_ref);
+}
+
+PropertyOwner* Property::Owner() const {
+  if (owner_ && owner_ref_.expired()) Fail(e::kObjectInvalid);
+  return owner_;
 }
 
 void Property::SetName(std::string_view name) {
@@ -152,11 +158,12 @@ void Property::SetName(std::string_view name) {
 }
 
 int Property::Type() const {
-  if (!owner_) return info_.type;
-  if (built_in_) return owner_->BuiltInType(name_);
-  int i = FindByName(owner_->UserProperties(), name_);
+  PropertyOwner* owner = Owner();
+  if (!owner) return info_.type;
+  if (built_in_) return owner->BuiltInType(name_);
+  int i = FindByName(owner->UserProperties(), name_);
   if (i < 0) Fail(e::kPropertyNotFound);
-  return owner_->UserProperties()[static_cast<size_t>(i)].type;
+  return owner->UserProperties()[static_cast<size_t>(i)].type;
 }
 
 void Property::SetType(int type) {
@@ -165,26 +172,28 @@ void Property::SetType(int type) {
 }
 
 Variant Property::Value() const {
-  if (!owner_) return info_.value;
-  if (built_in_) return owner_->GetBuiltIn(name_);
-  return owner_->UserProperty(name_);
+  PropertyOwner* owner = Owner();
+  if (!owner) return info_.value;
+  if (built_in_) return owner->GetBuiltIn(name_);
+  return owner->UserProperty(name_);
 }
 
 void Property::SetValue(const Variant& value) {
-  if (!owner_) {
+  PropertyOwner* owner = Owner();
+  if (!owner) {
     info_.value = value;
     return;
   }
   if (built_in_) {
-    owner_->SetBuiltIn(name_, value);
+    owner->SetBuiltIn(name_, value);
     return;
   }
-  auto& user = owner_->UserProperties();
+  auto& user = owner->UserProperties();
   int i = FindByName(user, name_);
   if (i < 0) Fail(e::kPropertyNotFound);
   PropertyInfo changed = user[static_cast<size_t>(i)];
   changed.value = CoerceToType(value, changed.type);
-  owner_->StoreProperty(changed);
+  owner->StoreProperty(changed);
   user[static_cast<size_t>(i)] = changed;
 }
 

@@ -210,7 +210,7 @@ void Recordset::SetBookmark(std::string_view bookmark) {
   std::string text(bookmark);
   long long key = std::strtoll(text.c_str(), &end, 10);
   if (text.empty() || *end != '\0' || !c.GoTo(key)) Fail(e::kNotValidBookmark);
-  const_cast<Recordset*>(this)->EndEdit();
+  EndEdit();
   bof_ = eof_ = false;
 }
 
