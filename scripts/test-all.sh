@@ -23,6 +23,6 @@ if command -v clang++ >/dev/null; then
     -DQOR_FUZZ=ON -DQOR_BUILD_TESTS=OFF >/dev/null
   cmake --build build/fuzz -j "$jobs" --target jet_sql_fuzz
   mkdir -p build/fuzz/corpus
-  build/fuzz/fuzz/jet_sql_fuzz -max_total_time=60 -print_final_stats=1 \
+  build/fuzz/fuzz/jet_sql_fuzz -max_total_time=60 -print_final_stats=1 -artifact_prefix=build/fuzz/ \
     build/fuzz/corpus fuzz/corpus/jet_sql
 fi

@@ -91,7 +91,7 @@ class Array {
   int Dimensions() const { return static_cast<int>(bounds_.size()); }
   // dimension is 1-based, as LBound and UBound count; out of range raises 9.
   const Bounds& DimensionBounds(int dimension) const;
-  int64_t ElementCount() const { return static_cast<int64_t>(elements_.size()); }
+  int64_t ElementCount() const;
 
   // Element access by indexes, one per dimension; raises error 9 (subscript
   // out of range) for a wrong index or a wrong number of indexes.
@@ -123,7 +123,7 @@ class Array {
 class Record {
  public:
   Record() = default;
-  explicit Record(std::string type_name) : type_name_(std::move(type_name)) {}
+  explicit Record(std::string type_name);
 
   const std::string& type_name() const { return type_name_; }
   // The field's value; nullptr when the record has no such field.
@@ -226,6 +226,10 @@ class Variant {
   Storage value_;
   friend struct VariantAccess;
 };
+
+// Defined here, where Variant is complete (some compilers need it so).
+inline int64_t Array::ElementCount() const { return static_cast<int64_t>(elements_.size()); }
+inline Record::Record(std::string type_name) : type_name_(std::move(type_name)) {}
 
 // Shorthand for making typed values in calls: Int16(5), Long(5).
 inline Variant Int16(int v) { return Variant(static_cast<int16_t>(v)); }

@@ -433,6 +433,58 @@ TEST_F(EngineTest, NamesWithQuotesAndSpaces) {
   EXPECT_EQ(q->Value("Field 'one'"), Variant("say \"hi\""));
 }
 
+TEST_F(EngineTest, CountersTransactionsAndForeignTables) {
+  auto rs = db_->OpenRecordset("Parts");
+  AddPart(*rs, "A1", 1);
+  AddPart(*rs, "B2", 1);
+  db_->Execute("DELETE * FROM Parts WHERE Code = 'B2'");
+  AddPart(*rs, "C3", 1);  // a counter never hands out a number twice
+  rs->FindFirst("Code = 'C3'");
+  EXPECT_EQ(rs->Value("Id"), Long(3));
+  // A counter value given on AddNew is kept, and the numbering goes on above it.
+  rs->AddNew();
+  rs->GetFields()->Item("Code")->SetValue("D4");
+  rs->GetFields()->Item("Id")->SetValue(Long(10));
+  rs->Update();
+  AddPart(*rs, "E5", 1);
+  rs->FindFirst("Code = 'E5'");
+  EXPECT_EQ(rs->Value("Id"), Long(11));
+
+  auto engine = DBEngine::Get();
+  engine->BeginTrans();
+  db_->Execute("DELETE * FROM Parts");
+  EXPECT_EQ(db_->RecordsAffected(), 4);
+  engine->Rollback();
+  EXPECT_EQ(rs->RecordCount(), 4);
+  EXPECT_DAO_ERROR(engine->CommitTrans(), e::kInvalidOperation);
+
+  // A default value may be an expression; AddNew shows it.
+  auto added = db_->GetTableDefs()->Item("Parts")->GetFields()->Item("Added");
+  added->SetDefaultValue("=Date()");
+  auto fresh = db_->OpenRecordset("Parts");  // recordsets see the table as it was on opening
+  fresh->AddNew();
+  EXPECT_TRUE(fresh->Value("Added").IsDate());
+  fresh->CancelUpdate();
+  EXPECT_DAO_ERROR(added->SetDefaultValue("Date("), e::kSyntaxInQuery);
+
+  // A table made by plain SQLite shows with types from its declarations.
+  db_->Execute("CREATE TABLE Outside (n INTEGER, s TEXT, r REAL)", Long(kSQLPassThrough));
+  engine->Idle();
+  auto outside = db_->GetTableDefs()->Item("Outside");
+  EXPECT_EQ(outside->GetFields()->Item("n")->Type(), kLong);
+  EXPECT_EQ(outside->GetFields()->Item("s")->Type(), kMemo);
+  EXPECT_EQ(outside->GetFields()->Item("r")->Type(), kDouble);
+  db_->Execute("INSERT INTO Outside VALUES (1, 'x', 2.5)");
+  EXPECT_EQ(db_->OpenRecordset("Outside")->Value("r"), Variant(2.5));
+
+  // User-defined properties can be deleted; built-in ones cannot.
+  auto props = db_->GetTableDefs()->Item("Parts")->GetProperties();
+  props->Append(db_->GetTableDefs()->Item("Parts")->CreateProperty("Caption", Long(kText), "P"));
+  props->Delete("caption");
+  EXPECT_DAO_ERROR(props->Item("Caption"), e::kPropertyNotFound);
+  EXPECT_DAO_ERROR(props->Delete("Name"), e::kInvalidOperation);
+}
+
 TEST_F(EngineTest, ClosedDatabaseInvalidatesItsObjects) {
   auto rs = db_->OpenRecordset("Parts");
   auto tables = db_->GetTableDefs();

@@ -19,6 +19,8 @@ bool IsNamePart(unsigned char c) { return std::isalnum(c) || c == '_' || c == '$
 }  // namespace
 
 std::vector<Token> Tokenize(std::string_view s) {
+  // A NUL would end the text early where SQLite reads it.
+  if (s.find('\0') != std::string_view::npos) throw LexError("NUL character");
   std::vector<Token> tokens;
   size_t i = 0;
   while (true) {

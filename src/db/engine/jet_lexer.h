@@ -3,7 +3,7 @@
 // Splits a text into numbers, strings (either quote; a doubled quote is a
 // quote), #date# literals, names (bare or [bracketed]; a bracketed name is
 // never a keyword) and symbols. A malformed token (an unterminated string,
-// bracket or date, a stray character) throws LexError.
+// bracket or date, a stray or NUL character) throws LexError.
 #ifndef QOR_DB_ENGINE_JET_LEXER_H_
 #define QOR_DB_ENGINE_JET_LEXER_H_
 

@@ -231,6 +231,11 @@ class Parser {
     do {
       if (AcceptSymbol("*")) {
         out += "*";
+      } else if (AtIdentifier() && (Peek(1).IsSymbol(".") || Peek(1).IsSymbol("!")) &&
+                 Peek(2).IsSymbol("*")) {
+        out += QuoteName(Next().text) + ".*";  // all columns of a table; no alias
+        Next();
+        Next();
       } else {
         out += ParseTopExpr();
         if (AcceptKeyword("AS")) {
@@ -331,6 +336,9 @@ class Parser {
         *tables += 2;  // a derived table is never updatable
       } else {
         out = "(" + ParseFromItem(tables, first_table) + ")";
+        ExpectSymbol(")", e::kSyntaxFrom);
+        if (Peek().IsKeyword("AS") || AtIdentifier()) throw SyntaxError{e::kSyntaxFrom};
+        return out;  // a parenthesized join takes no alias
       }
       ExpectSymbol(")", e::kSyntaxFrom);
     } else {
@@ -621,8 +629,7 @@ class Parser {
     std::vector<std::string> parts{t.text};
     while (Peek().IsSymbol(".") || Peek().IsSymbol("!")) {
       Next();
-      if (AcceptSymbol("*")) return QuoteName(parts.back()) + ".*";
-      if (Peek().kind != TokenKind::kName) throw SyntaxError{};
+      if (Peek().kind != TokenKind::kName) throw SyntaxError{};  // t.* only in a select list
       parts.push_back(Next().text);
     }
     if (parts.size() > 3) throw SyntaxError{};

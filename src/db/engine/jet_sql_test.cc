@@ -95,6 +95,12 @@ TEST(JetSql, SyntaxErrorsAreDaoErrors) {
   EXPECT_EQ(ErrorOf([] { Where("d = #13/45/2003#"); }), e::kSyntaxInCriteria);
   EXPECT_EQ(ErrorOf([] { Where("a = (1"); }), e::kSyntaxInCriteria);
   EXPECT_EQ(ErrorOf([] { Where(""); }), e::kSyntaxInCriteria);
+  // Found by the fuzzer: t.* with an alias, an alias on a parenthesized
+  // table, a NUL inside a string (which would cut the SQL short).
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT t.* AS c FROM t"); }), e::kSyntaxSelect);
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT * FROM (d) x"); }), e::kSyntaxFrom);
+  EXPECT_EQ(ErrorOf([] { Where("t!* = 1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { Where(std::string("a = 'x\0y'", 10)); }), e::kSyntaxInCriteria);
   EXPECT_EQ(ErrorOf([] { TranslateStatement("SELEC * FROM t"); }), e::kInvalidSql);
   EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT * FROM"); }), e::kSyntaxFrom);
   EXPECT_EQ(ErrorOf([] { TranslateStatement("INSERT t VALUES (1)"); }), e::kSyntaxInsert);

@@ -136,8 +136,7 @@ class TableCursor : public Cursor {
       : backend_(backend),
         fields_(table.fields),
         writer_(backend, table.name),
-        writable_(writable),
-        options_(options) {
+        writable_(writable) {
     select_ = "SELECT rowid";
     for (const FieldInfo& f : fields_) select_ += ", " + QuoteName(f.name);
     select_ += " FROM " + QuoteName(table.name);
@@ -280,7 +279,6 @@ class TableCursor : public Cursor {
   std::vector<FieldInfo> fields_;
   RowWriter writer_;
   bool writable_;
-  int32_t options_;
   std::string select_;
   CriteriaCache criteria_;
   int64_t current_ = 0;

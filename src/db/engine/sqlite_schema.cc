@@ -387,7 +387,10 @@ void SqliteBackend::UpdateField(std::string_view table, std::string_view old_nam
   if (i < 0) Fail(e::kItemNotFound);
   const FieldInfo& current = info.fields[static_cast<size_t>(i)];
   if (!field.validation_rule.empty()) jet::TranslateExpression(field.validation_rule);
-  if (!field.default_value.empty()) jet::TranslateExpression(field.default_value);
+  if (!field.default_value.empty()) {
+    const std::string& d = field.default_value;
+    jet::TranslateExpression(d.front() == '=' ? d.substr(1) : d);
+  }
   Atomically([&] {
     if (current.name != field.name) {
       CheckName(field.name);
