@@ -35,6 +35,24 @@ int64_t RecordOffset(std::string_view table, int64_t key) {
   return kRecordBase + static_cast<int64_t>(Hash(table, key) % static_cast<uint64_t>(kSpan));
 }
 
+// A lock request for one range.
+struct flock Range(short type, int64_t offset, int64_t length) {
+  struct flock fl = {};
+  fl.l_type = type;
+  fl.l_whence = SEEK_SET;
+  fl.l_start = offset;
+  fl.l_len = length;
+  return fl;
+}
+
+// Whether fd could take the lock, i.e. no other open file holds one in the
+// way.
+bool Free(int fd, short type, int64_t offset, int64_t length) {
+  struct flock fl = Range(type, offset, length);
+  if (::fcntl(fd, F_OFD_GETLK, &fl) != 0) return true;
+  return fl.l_type == F_UNLCK;
+}
+
 }  // namespace
 
 std::string LockFile::PathFor(const std::string& db_path) {
@@ -58,35 +76,19 @@ LockFile::~LockFile() {
 bool LockFile::InUse(const std::string& db_path) {
   int fd = ::open(PathFor(db_path).c_str(), O_RDWR | O_CLOEXEC);
   if (fd < 0) return false;
-  struct flock fl = {};
-  fl.l_type = F_WRLCK;
-  fl.l_whence = SEEK_SET;
-  fl.l_start = kDatabaseByte;
-  fl.l_len = 1;
-  bool in_use = ::fcntl(fd, F_OFD_GETLK, &fl) == 0 && fl.l_type != F_UNLCK;
+  bool in_use = !Free(fd, F_WRLCK, kDatabaseByte, 1);
   ::close(fd);
   return in_use;
 }
 
 bool LockFile::SetLock(int64_t offset, int64_t length, short type) {
   if (fd_ < 0) return true;
-  struct flock fl = {};
-  fl.l_type = type;
-  fl.l_whence = SEEK_SET;
-  fl.l_start = offset;
-  fl.l_len = length;
+  struct flock fl = Range(type, offset, length);
   return ::fcntl(fd_, F_OFD_SETLK, &fl) == 0;
 }
 
 bool LockFile::TestLock(int64_t offset, int64_t length, short type) {
-  if (fd_ < 0) return true;
-  struct flock fl = {};
-  fl.l_type = type;
-  fl.l_whence = SEEK_SET;
-  fl.l_start = offset;
-  fl.l_len = length;
-  if (::fcntl(fd_, F_OFD_GETLK, &fl) != 0) return true;
-  return fl.l_type == F_UNLCK;
+  return fd_ < 0 || Free(fd_, type, offset, length);
 }
 
 bool LockFile::LockDatabase(bool exclusive) {
