@@ -8,13 +8,14 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev
   libsqlite3-dev sqlite3
+  clang libclang-rt-dev
   clang-format
   libcups2-dev cups-daemon cups-client xdg-utils
   # Wine and mingw-w64 for the differential test of the registry and INI code.
   wine64 g++-mingw-w64-x86-64
   # Rich text: Qt's document model, iconv code pages (libc), LibreOffice Writer
-  # for the differential tests, clang for the RTF reader's fuzz target.
-  qt6-base-dev libreoffice-writer-nogui clang
+  # for the differential tests.
+  qt6-base-dev libreoffice-writer-nogui
 )
 
 missing=()

@@ -1,0 +1,108 @@
+#include "db/engine/jet_lexer.h"
+
+#include <cctype>
+
+#include "frame/vb.h"
+
+namespace qor::dao::jet {
+
+bool Token::IsKeyword(std::string_view word) const {
+  return kind == TokenKind::kName && !bracketed &&
+         vb::StrComp(text, word, vb::CompareMode::kText) == 0;
+}
+
+namespace {
+
+bool IsNameStart(unsigned char c) { return std::isalpha(c) || c == '_' || c >= 0x80; }
+bool IsNamePart(unsigned char c) { return std::isalnum(c) || c == '_' || c == '$' || c >= 0x80; }
+
+}  // namespace
+
+std::vector<Token> Tokenize(std::string_view s) {
+  // A NUL would end the text early where SQLite reads it.
+  if (s.find('\0') != std::string_view::npos) throw LexError("NUL character");
+  std::vector<Token> tokens;
+  size_t i = 0;
+  while (true) {
+    while (i < s.size() && std::isspace(static_cast<unsigned char>(s[i]))) ++i;
+    Token t;
+    t.offset = i;
+    if (i >= s.size()) {
+      tokens.push_back(t);
+      return tokens;
+    }
+    unsigned char c = s[i];
+    if (c == '"' || c == '\'') {
+      t.kind = TokenKind::kString;
+      ++i;
+      while (true) {
+        if (i >= s.size()) throw LexError("unterminated string");
+        if (s[i] == c) {
+          if (i + 1 < s.size() && s[i + 1] == c) {
+            t.text += static_cast<char>(c);
+            i += 2;
+            continue;
+          }
+          ++i;
+          break;
+        }
+        t.text += s[i++];
+      }
+    } else if (c == '[') {
+      t.kind = TokenKind::kName;
+      t.bracketed = true;
+      size_t end = s.find(']', i + 1);
+      if (end == std::string_view::npos) throw LexError("unterminated name");
+      t.text = std::string(s.substr(i + 1, end - i - 1));
+      if (t.text.empty() || t.text.find('[') != std::string::npos) throw LexError("bad name");
+      i = end + 1;
+    } else if (c == '#') {
+      t.kind = TokenKind::kDate;
+      size_t end = s.find('#', i + 1);
+      if (end == std::string_view::npos) throw LexError("unterminated date");
+      t.text = std::string(s.substr(i + 1, end - i - 1));
+      i = end + 1;
+    } else if (std::isdigit(c) || (c == '.' && i + 1 < s.size() &&
+                                   std::isdigit(static_cast<unsigned char>(s[i + 1])))) {
+      t.kind = TokenKind::kNumber;
+      while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i]))) t.text += s[i++];
+      if (i < s.size() && s[i] == '.') {
+        t.text += s[i++];
+        while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i]))) t.text += s[i++];
+      }
+      if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+        size_t j = i + 1;
+        if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
+        if (j < s.size() && std::isdigit(static_cast<unsigned char>(s[j]))) {
+          t.text += s.substr(i, j - i);
+          i = j;
+          while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i]))) t.text += s[i++];
+        }
+      }
+      if (t.text.front() == '.') t.text.insert(0, "0");
+      if (t.text.back() == '.') t.text.pop_back();
+      if (i < s.size() && IsNameStart(static_cast<unsigned char>(s[i]))) {
+        throw LexError("bad number");
+      }
+    } else if (IsNameStart(c)) {
+      t.kind = TokenKind::kName;
+      while (i < s.size() && IsNamePart(static_cast<unsigned char>(s[i]))) t.text += s[i++];
+    } else {
+      t.kind = TokenKind::kSymbol;
+      std::string_view two = s.substr(i, 2);
+      if (two == "<>" || two == "<=" || two == ">=") {
+        t.text = std::string(two);
+        i += 2;
+      } else if (std::string_view("=<>+-*/\\^&(),.;!?").find(static_cast<char>(c)) !=
+                 std::string_view::npos) {
+        t.text = std::string(1, static_cast<char>(c));
+        ++i;
+      } else {
+        throw LexError("unexpected character");
+      }
+    }
+    tokens.push_back(std::move(t));
+  }
+}
+
+}  // namespace qor::dao::jet

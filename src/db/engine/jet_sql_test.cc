@@ -1,0 +1,144 @@
+#include "db/engine/jet_sql.h"
+
+#include <gtest/gtest.h>
+
+#include "db/engine/dao.h"
+#include "db/engine/sqlite_functions.h"
+#include "frame/error.h"
+
+namespace qor::dao::jet {
+namespace {
+
+std::string Where(std::string_view criteria) { return TranslateCriteria(criteria); }
+
+int ErrorOf(auto fn) {
+  try {
+    fn();
+  } catch (const Error& error) {
+    return error.number();
+  }
+  return 0;
+}
+
+TEST(JetSql, StringsNamesAndDates) {
+  // Both quotes, doubled quotes inside, brackets with odd characters.
+  EXPECT_EQ(Where(R"([Code] = "A1")"), R"(("Code" = 'A1'))");
+  EXPECT_EQ(Where(R"([Code] = 'it''s')"), R"(("Code" = 'it''s'))");
+  EXPECT_EQ(Where(R"([Code] = "say ""hi"" it's")"), R"(("Code" = 'say "hi" it''s'))");
+  EXPECT_EQ(Where(R"([Parts].[Part "No"] = 1)"), R"(("Parts"."Part ""No""" = 1))");
+  EXPECT_EQ(Where("[Order Date] = #3/7/2003#"), "(\"Order Date\" = '2003-03-07 00:00:00')");
+  EXPECT_EQ(Where("d < #12/31/1999 2:05:09 PM#"), "(\"d\" < '1999-12-31 14:05:09')");
+  EXPECT_EQ(Where("Flag = True Or Flag = No"), "((\"Flag\" = -1) OR (\"Flag\" = 0))");
+}
+
+TEST(JetSql, PrecedenceFollowsVb) {
+  // Not binds looser than comparison, And tighter than Or, & looser than +.
+  EXPECT_EQ(Where("Not a = 1 And b = 2 Or c = 3"),
+            "(((NOT (\"a\" = 1)) AND (\"b\" = 2)) OR (\"c\" = 3))");
+  EXPECT_EQ(Where("a & b + 1 = \"x2\""),
+            "((coalesce(\"a\", '') || coalesce((\"b\" + 1), '')) = 'x2')");
+  EXPECT_EQ(Where("-2 ^ 2 = x"), "((-qor_pow(2, 2)) = \"x\")");
+  EXPECT_EQ(Where("a Mod 3 * 2 = 1"), "(qor_mod(\"a\", (3 * 2)) = 1)");
+  EXPECT_EQ(Where("a / 2 = 1"), "((CAST(\"a\" AS REAL) / 2) = 1)");
+}
+
+TEST(JetSql, LikeBetweenInIs) {
+  EXPECT_EQ(Where("Name Like \"A*\""), "qor_like(\"Name\", 'A*')");
+  EXPECT_EQ(Where("Name Not Like \"A?#\""), "(NOT qor_like(\"Name\", 'A?#'))");
+  EXPECT_EQ(Where("n Between 1 And 5 And m Is Not Null"),
+            "((\"n\" BETWEEN 1 AND 5) AND (\"m\" IS NOT NULL))");
+  EXPECT_EQ(Where("c In (\"a\", 'b')"), "(\"c\" IN ('a', 'b'))");
+  EXPECT_EQ(Where("c Not In (1,2)"), "(NOT (\"c\" IN (1, 2)))");
+}
+
+TEST(JetSql, Functions) {
+  EXPECT_EQ(Where("IIf(IsNull(x), 0, x) > Nz(y, 1)"),
+            "((CASE WHEN (-(\"x\" IS NULL)) THEN 0 ELSE \"x\" END) > coalesce(\"y\", 1))");
+  EXPECT_EQ(Where("Left$(a, 2) = Mid(b, 2, 3)"), "(substr(\"a\", 1, 2) = substr(\"b\", 2, 3))");
+  EXPECT_EQ(Where("Year(d) = 2003"), "(qor_datepart('yyyy', \"d\") = 2003)");
+  EXPECT_EQ(Where("UCase(Trim(a)) = \"X\""), "(upper(trim(\"a\", ' ')) = 'X')");
+  EXPECT_EQ(ErrorOf([] { Where("Frobnicate(a) = 1"); }), e::kUndefinedFunction);
+  EXPECT_EQ(ErrorOf([] { Where("Left(a) = 1"); }), e::kSyntaxInCriteria);
+}
+
+TEST(JetSql, Statements) {
+  Statement s = TranslateStatement(
+      "SELECT DISTINCTROW TOP 5 Parts.*, [Qty]*2 AS Twice FROM Parts "
+      "WHERE Code Like 'A*' ORDER BY Code DESC, Qty;");
+  EXPECT_EQ(s.sql,
+            "SELECT \"Parts\".*, (\"Qty\" * 2) AS \"Twice\" FROM \"Parts\" WHERE "
+            "qor_like(\"Code\", 'A*') ORDER BY \"Code\" DESC, \"Qty\" LIMIT 5");
+  EXPECT_EQ(s.single_table, "Parts");
+  s = TranslateStatement(
+      "SELECT a.x, b.y FROM (a INNER JOIN b ON a.id = b.id) LEFT JOIN c ON "
+      "b.k = c.k");
+  EXPECT_EQ(s.sql,
+            "SELECT \"a\".\"x\", \"b\".\"y\" FROM (\"a\" INNER JOIN \"b\" ON (\"a\".\"id\" = "
+            "\"b\".\"id\")) LEFT JOIN \"c\" ON (\"b\".\"k\" = \"c\".\"k\")");
+  EXPECT_TRUE(s.single_table.empty());
+  EXPECT_EQ(
+      TranslateStatement("SELECT Count(*) FROM t GROUP BY k HAVING Count(*) > 1").single_table, "");
+  s = TranslateStatement("INSERT INTO [My Table] (a, [b c]) VALUES (1, \"x\")");
+  EXPECT_EQ(s.kind, StatementKind::kInsert);
+  EXPECT_EQ(s.sql, "INSERT INTO \"My Table\" (\"a\", \"b c\") VALUES (1, 'x')");
+  EXPECT_EQ(TranslateStatement("UPDATE t SET t.a = a & \"!\" WHERE b = #1/2/2003#").sql,
+            "UPDATE \"t\" SET \"a\" = (coalesce(\"a\", '') || coalesce('!', '')) WHERE (\"b\" = "
+            "'2003-01-02 00:00:00')");
+  EXPECT_EQ(TranslateStatement("DELETE t.* FROM t WHERE a In (SELECT a FROM u)").sql,
+            "DELETE FROM \"t\" WHERE (\"a\" IN (SELECT \"a\" FROM \"u\"))");
+}
+
+TEST(JetSql, SyntaxErrorsAreDaoErrors) {
+  EXPECT_EQ(ErrorOf([] { Where("[Code] = \"A1"); }), e::kSyntaxInCriteria);  // unbalanced quote
+  EXPECT_EQ(ErrorOf([] { Where("[Code] = \"A\"1\""); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { Where("[Code = 1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { Where("d = #13/45/2003#"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { Where("a = (1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { Where(""); }), e::kSyntaxInCriteria);
+  // Found by the fuzzer: t.* with an alias, an alias on a parenthesized
+  // table, a NUL inside a string (which would cut the SQL short).
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT t.* AS c FROM t"); }), e::kSyntaxSelect);
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT * FROM (d) x"); }), e::kSyntaxFrom);
+  EXPECT_EQ(ErrorOf([] { Where("t!* = 1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { Where(std::string("a = 'x\0y'", 10)); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELEC * FROM t"); }), e::kInvalidSql);
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT * FROM"); }), e::kSyntaxFrom);
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("INSERT t VALUES (1)"); }), e::kSyntaxInsert);
+  EXPECT_EQ(ErrorOf([] { TranslateStatement("UPDATE t a = 1"); }), e::kSyntaxUpdate);
+  try {
+    TranslateStatement("SELECT * FROM t WHERE a = = 1");
+    FAIL();
+  } catch (const Error& error) {
+    EXPECT_EQ(error.number(), e::kSyntaxInQuery);
+    EXPECT_EQ(error.description(),
+              "Syntax error (missing operator) in query expression 'a = = 1'.");
+  }
+}
+
+TEST(JetSql, RulesWithAnImpliedField) {
+  ExpressionOptions rule{"NEW.", "NEW.\"Qty\""};
+  EXPECT_EQ(TranslateExpression(">0 And <100", rule),
+            "((NEW.\"Qty\" > 0) AND (NEW.\"Qty\" < 100))");
+  EXPECT_EQ(TranslateExpression("Is Not Null", rule), "(NEW.\"Qty\" IS NOT NULL)");
+  EXPECT_EQ(TranslateExpression("[Start] <= [Parts].[End]", {"NEW.", ""}),
+            "(NEW.\"Start\" <= NEW.\"End\")");
+}
+
+TEST(JetLike, Wildcards) {
+  using sqlite::JetLike;
+  EXPECT_TRUE(JetLike("Apple", "a*"));
+  EXPECT_TRUE(JetLike("Apple", "?PPL?"));
+  EXPECT_FALSE(JetLike("Apple", "?PPL"));
+  EXPECT_TRUE(JetLike("A1B", "A#B"));
+  EXPECT_FALSE(JetLike("AxB", "A#B"));
+  EXPECT_TRUE(JetLike("b", "[a-c]"));
+  EXPECT_FALSE(JetLike("b", "[!a-c]"));
+  EXPECT_TRUE(JetLike("a*b", "a[*]b"));
+  EXPECT_FALSE(JetLike("axb", "a[*]b"));
+  EXPECT_TRUE(JetLike("", "*"));
+  EXPECT_FALSE(JetLike("abc", "[abc"));
+  EXPECT_TRUE(JetLike("Ärger", "ä*"));
+}
+
+}  // namespace
+}  // namespace qor::dao::jet
