@@ -9,6 +9,7 @@ packages=(
   nlohmann-json3-dev
   libsqlite3-dev sqlite3
   clang-format
+  qt6-base-dev libgl-dev fonts-dejavu-core
 )
 
 missing=()
