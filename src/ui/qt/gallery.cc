@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QPainter>
 #include <QPixmap>
 #include <QStandardPaths>
 #include <functional>
@@ -123,6 +124,24 @@ std::vector<Sample> Samples() {
   return samples;
 }
 
+// The window's picture under a plain title bar with its caption: offscreen
+// windows have no frame of their own to show the title in.
+QImage Framed(QWidget* window) {
+  const QPixmap content = window->grab();
+  const int bar = 26;
+  QImage image(content.width() + 2, content.height() + bar + 1, QImage::Format_RGB32);
+  image.fill(QColor(0x5a, 0x6e, 0x8c));
+  QPainter painter(&image);
+  painter.drawPixmap(1, bar, content);
+  QFont font = window->font();
+  font.setBold(true);
+  painter.setFont(font);
+  painter.setPen(Qt::white);
+  painter.drawText(QRect(8, 0, image.width() - 16, bar), Qt::AlignVCenter | Qt::AlignLeft,
+                   window->windowTitle());
+  return image;
+}
+
 void Collect(QWidget* window, GalleryShot* shot) {
   shot->texts.push_back(FromQ(window->windowTitle()));
   for (QWidget* child : window->findChildren<QWidget*>()) {
@@ -152,7 +171,7 @@ std::vector<GalleryShot> RenderGallery(const std::string& folder) {
     GalleryShot shot;
     shot.name = sample.name;
     shot.file = folder + "/" + sample.name + ".png";
-    QPixmap picture = window->grab();
+    QImage picture = Framed(window.get());
     if (!picture.save(ToQ(shot.file), "PNG")) {
       throw std::runtime_error("cannot write " + shot.file);
     }
