@@ -60,10 +60,14 @@ bool WaylandReachable(const std::string& display) {
   return UnixSocketAccepts(path, false);
 }
 
-template <typename Dialog>
-Dialog& Shown(Dialog& dialog) {
+// Shows the request's dialog modally and reads its answer; without a
+// widget application, answers as a user accepting the default would.
+template <typename Dialog, typename Request, typename Fallback>
+auto Ask(const Request& request, Fallback fallback) -> decltype(fallback()) {
+  if (!EnsureQtApplication()) return fallback();
+  Dialog dialog(request);
   dialog.exec();
-  return dialog;
+  return dialog.answer();
 }
 
 }  // namespace
@@ -97,52 +101,36 @@ bool QtDisplayUsable() {
   return !platform.empty() && platform != "xcb" && platform.rfind("wayland", 0) != 0;
 }
 
-int QtBackend::MsgBox(const MsgBoxRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.MsgBox(request);
-  qt::MsgBoxDialog dialog(request);
-  return Shown(dialog).answer();
+int QtBackend::MsgBox(const MsgBoxRequest& r) {
+  return Ask<qt::MsgBoxDialog>(r, [&] { return defaults_.MsgBox(r); });
 }
 
-std::optional<std::string> QtBackend::InputBox(const InputBoxRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.InputBox(request);
-  qt::InputDialog dialog(request);
-  return Shown(dialog).answer();
+std::optional<std::string> QtBackend::InputBox(const InputBoxRequest& r) {
+  return Ask<qt::InputDialog>(r, [&] { return defaults_.InputBox(r); });
 }
 
-ListAnswer QtBackend::List(const ListRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.List(request);
-  qt::ListDialog dialog(request);
-  return Shown(dialog).answer();
+ListAnswer QtBackend::List(const ListRequest& r) {
+  return Ask<qt::ListDialog>(r, [&] { return defaults_.List(r); });
 }
 
-std::optional<double> QtBackend::Calendar(const CalendarRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.Calendar(request);
-  qt::CalendarDialog dialog(request);
-  return Shown(dialog).answer();
+std::optional<double> QtBackend::Calendar(const CalendarRequest& r) {
+  return Ask<qt::CalendarDialog>(r, [&] { return defaults_.Calendar(r); });
 }
 
-int QtBackend::Menu(const MenuRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.Menu(request);
-  qt::MenuDialog dialog(request);
-  return Shown(dialog).answer();
+int QtBackend::Menu(const MenuRequest& r) {
+  return Ask<qt::MenuDialog>(r, [&] { return defaults_.Menu(r); });
 }
 
-std::optional<int> QtBackend::Requester(const RequesterRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.Requester(request);
-  qt::RequesterDialog dialog(request);
-  return Shown(dialog).answer();
+std::optional<int> QtBackend::Requester(const RequesterRequest& r) {
+  return Ask<qt::RequesterDialog>(r, [&] { return defaults_.Requester(r); });
 }
 
-std::optional<std::string> QtBackend::FileDialog(const FileDialogRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.FileDialog(request);
-  qt::FileDialog dialog(request);
-  return Shown(dialog).answer();
+std::optional<std::string> QtBackend::FileDialog(const FileDialogRequest& r) {
+  return Ask<qt::FileDialog>(r, [&] { return defaults_.FileDialog(r); });
 }
 
-std::optional<std::string> QtBackend::FolderDialog(const FolderDialogRequest& request) {
-  if (!EnsureQtApplication()) return defaults_.FolderDialog(request);
-  qt::FolderDialog dialog(request);
-  return Shown(dialog).answer();
+std::optional<std::string> QtBackend::FolderDialog(const FolderDialogRequest& r) {
+  return Ask<qt::FolderDialog>(r, [&] { return defaults_.FolderDialog(r); });
 }
 
 std::optional<std::string> QtBackend::RichText(const RichTextRequest& request) {
