@@ -2,7 +2,8 @@
 //
 // Every request is answered by a real modal dialog (qt_dialogs.h) shown
 // with exec() on the caller's thread. The backend uses the program's own
-// QApplication when it has one and creates one on first use otherwise.
+// QApplication when it has one and creates one on first use otherwise; as
+// with every Qt widget, requests must come from the thread that runs it.
 //
 // Selection: the library links this backend in its own library
 // (qorsupport_qt), which registers the maker "qt" with
