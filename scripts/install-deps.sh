@@ -10,6 +10,7 @@ packages=(
   libsqlite3-dev sqlite3
   clang-format
   qt6-base-dev libgl-dev fonts-dejavu-core
+  libcups2-dev cups-daemon cups-client xdg-utils
 )
 
 missing=()

@@ -80,6 +80,29 @@ const std::vector<Command>& Commands() {
        "Shows qorWinAPI.GetFolderName. Prints the folder; exit status 1 when\n"
        "cancelled.\n",
        &RunFolder},
+      {"printers", "list the printers, show or set the default printer",
+       "usage: qor printers [--default | --set DEVICE]\n"
+       "\n"
+       "Without arguments lists the installed printers, one device text\n"
+       "(name,driver,port) a line, the default marked \"(default)\". --default prints\n"
+       "the default printer's device text; --set makes DEVICE (a device text, or just\n"
+       "a printer's name) the user's default. Printers are the CUPS destinations of\n"
+       "the server CUPS_SERVER names; the default is kept as `lpoptions -d` keeps it.\n",
+       &RunPrinters},
+      {"open", "open documents with the desktop's application for their type",
+       "usage: qor open FILE...\n"
+       "\n"
+       "Hands each file to the application the desktop registers for its MIME type\n"
+       "(desktop entries and mimeapps.list, as xdg-open chooses) and returns without\n"
+       "waiting for it. Exits with 1 when a file could not be handed over.\n",
+       &RunOpen},
+      {"print", "print documents on the default printer",
+       "usage: qor print FILE...\n"
+       "\n"
+       "Submits each file as a job to the default CUPS destination. Exits with 1 when\n"
+       "a file could not be submitted (no such file, no default printer, a type the\n"
+       "printer does not take).\n",
+       &RunPrint},
   };
   return commands;
 }
