@@ -4,6 +4,7 @@
 #include "frame/globals.h"
 #include "frame/report.h"
 #include "frame/vb.h"
+#include "shell/winapi.h"
 #include "ui/backend.h"
 
 namespace qor {
@@ -35,7 +36,7 @@ Variant Entry(const Array& array, int32_t i) {
 }
 
 // Text before the first NUL, as every text from a platform buffer is cut.
-std::string CutAtNul(const std::string& s) { return s.substr(0, s.find('\0')); }
+std::string CutAtNul(const std::string& s) { return qorWinAPI().SwabString(s); }
 
 // The position after the last folder separator ("/" or "\").
 size_t NameOffset(const std::string& path) {

@@ -3,8 +3,8 @@
 // FileRequester asks the user for a file or a folder through the current
 // ui backend's file and folder dialogs: GetFileNameParam (driven by a
 // FileNameParams record that also carries the answers back), GetFileName
-// (one filter, open or save) and GetFolderName. qorWinAPI forwards its
-// methods of the same names here.
+// (one filter, open or save) and GetFolderName. Late-bound callers reach
+// them as methods of qorWinAPI (automation/register_requesters.cc).
 //
 // A cancelled dialog is no error: the result is False or "" and nothing is
 // shown. A chosen path comes back whole, whatever its length. Titles
