@@ -11,6 +11,11 @@ packages=(
   clang-format
   qt6-base-dev libgl-dev fonts-dejavu-core
   libcups2-dev cups-daemon cups-client xdg-utils
+  # Wine and mingw-w64 for the differential test of the registry and INI code.
+  wine64 g++-mingw-w64-x86-64
+  # Rich text: Qt's document model, iconv code pages (libc), LibreOffice Writer
+  # for the differential tests, clang for the RTF reader's fuzz target.
+  qt6-base-dev libreoffice-writer-nogui clang
 )
 
 missing=()

@@ -17,3 +17,20 @@ for preset in ci asan; do
   echo "== test: $preset"
   ctest --preset "$preset" -j "$jobs"
 done
+
+# The parsers' libFuzzer targets, built with clang, each run for a bounded time.
+echo "== fuzz"
+CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DQOR_FUZZ=ON -DQOR_BUILD_TESTS=OFF >/dev/null
+cmake --build build/fuzz -j "$jobs" --target export_file_fuzz ini_fuzz rtf_fuzz
+run_fuzz() {  # target seconds [extra arguments...]
+  local target=$1 seconds=$2 corpus
+  shift 2
+  corpus=$(mktemp -d)
+  echo "-- $target (${seconds} s)"
+  "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 "$corpus" "$@"
+  rm -rf "$corpus"
+}
+run_fuzz build/fuzz/fuzz/registry/export_file_fuzz 30
+run_fuzz build/fuzz/fuzz/registry/ini_fuzz 30
+QT_QPA_PLATFORM=offscreen run_fuzz build/fuzz/fuzz/rtf/rtf_fuzz 60 -dict=fuzz/rtf/rtf.dict fuzz/rtf/seeds

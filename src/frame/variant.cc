@@ -117,6 +117,9 @@ bool operator==(const Record& a, const Record& b) {
 
 // ---- Variant --------------------------------------------------------------
 
+Variant::Variant(Array v) : value_(std::make_shared<Array>(std::move(v))) {}
+Variant::Variant(Record v) : value_(std::make_shared<Record>(std::move(v))) {}
+
 Variant::Variant(const Variant& other) : value_(other.value_) {
   // Arrays and records have value semantics: copy them, not the pointer.
   if (auto* a = std::get_if<std::shared_ptr<Array>>(&value_)) {

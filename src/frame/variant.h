@@ -71,7 +71,93 @@ struct Date {
   friend bool operator==(Date a, Date b) { return a.serial == b.serial; }
 };
 
-class Variant;
+class Array;
+class Record;
+
+class Variant {
+ public:
+  struct EmptyTag {};
+  struct NullTag {
+    friend bool operator==(NullTag, NullTag) { return true; }
+  };
+  struct MissingTag {
+    friend bool operator==(MissingTag, MissingTag) { return true; }
+  };
+
+  Variant() = default;  // Empty
+  Variant(EmptyTag) {}
+  Variant(NullTag) : value_(NullTag{}) {}
+  Variant(MissingTag) : value_(MissingTag{}) {}
+  Variant(bool v) : value_(v) {}
+  Variant(uint8_t v) : value_(v) {}
+  Variant(int16_t v) : value_(v) {}
+  Variant(int32_t v) : value_(v) {}
+  Variant(float v) : value_(v) {}
+  Variant(double v) : value_(v) {}
+  Variant(Currency v) : value_(v) {}
+  Variant(Date v) : value_(v) {}
+  Variant(std::string v) : value_(std::move(v)) {}
+  Variant(std::string_view v) : value_(std::string(v)) {}
+  Variant(const char* v) : value_(std::string(v)) {}
+  Variant(ObjectRef v) : value_(std::move(v)) {}
+  Variant(Array v);
+  Variant(Record v);
+  // Other integer widths are deliberately not convertible: say which kind.
+  Variant(int64_t) = delete;
+  Variant(uint32_t) = delete;
+
+  Variant(const Variant& other);
+  Variant& operator=(const Variant& other);
+  Variant(Variant&&) noexcept = default;
+  Variant& operator=(Variant&&) noexcept = default;
+
+  static Variant Null() { return Variant(NullTag{}); }
+  static Variant Missing() { return Variant(MissingTag{}); }
+  static Variant Nothing() { return Variant(ObjectRef()); }
+
+  // VB's VarType: the kind's number, with kArray added to the element type
+  // for an array; Missing gives kError.
+  int VarTypeCode() const;
+  VarType type() const;
+
+  bool IsEmpty() const { return std::holds_alternative<std::monostate>(value_); }
+  bool IsNull() const { return std::holds_alternative<NullTag>(value_); }
+  bool IsMissing() const { return std::holds_alternative<MissingTag>(value_); }
+  bool IsBoolean() const { return std::holds_alternative<bool>(value_); }
+  bool IsString() const { return std::holds_alternative<std::string>(value_); }
+  bool IsDate() const { return std::holds_alternative<Date>(value_); }
+  bool IsObject() const { return std::holds_alternative<ObjectRef>(value_); }
+  bool IsArray() const { return std::holds_alternative<std::shared_ptr<Array>>(value_); }
+  bool IsRecord() const { return std::holds_alternative<std::shared_ptr<Record>>(value_); }
+  // Byte, Integer, Long, Single, Double or Currency.
+  bool IsNumber() const;
+
+  // Raw access. Each requires the matching kind (checked: a wrong kind
+  // raises error 13); use the conversions of frame/vb.h to convert.
+  bool AsBoolean() const;
+  const std::string& AsString() const;
+  Date AsDate() const;
+  Currency AsCurrency() const;
+  const ObjectRef& AsObject() const;
+  Array& AsArray();
+  const Array& AsArray() const;
+  Record& AsRecord();
+  const Record& AsRecord() const;
+  // The numeric value of a number, Boolean or Date kind (Booleans as -1 and
+  // 0, dates as their serial, Empty as 0); raises error 13 otherwise.
+  double NumericValue() const;
+
+  // Identity of kind and value (strings exactly, objects by reference); not
+  // VB's comparison, which is vb::Compare.
+  friend bool operator==(const Variant& a, const Variant& b);
+
+ private:
+  using Storage = std::variant<std::monostate, NullTag, MissingTag, bool, uint8_t, int16_t, int32_t,
+                               float, double, Currency, Date, std::string, ObjectRef,
+                               std::shared_ptr<Array>, std::shared_ptr<Record>>;
+  Storage value_;
+  friend struct VariantAccess;
+};
 
 // An array of one or two dimensions, each with its own lower and upper bound.
 // Elements are stored by the first index, then the second.
@@ -140,91 +226,6 @@ class Record {
  private:
   std::string type_name_;
   std::vector<std::pair<std::string, Variant>> fields_;
-};
-
-class Variant {
- public:
-  struct EmptyTag {};
-  struct NullTag {
-    friend bool operator==(NullTag, NullTag) { return true; }
-  };
-  struct MissingTag {
-    friend bool operator==(MissingTag, MissingTag) { return true; }
-  };
-
-  Variant() = default;  // Empty
-  Variant(EmptyTag) {}
-  Variant(NullTag) : value_(NullTag{}) {}
-  Variant(MissingTag) : value_(MissingTag{}) {}
-  Variant(bool v) : value_(v) {}
-  Variant(uint8_t v) : value_(v) {}
-  Variant(int16_t v) : value_(v) {}
-  Variant(int32_t v) : value_(v) {}
-  Variant(float v) : value_(v) {}
-  Variant(double v) : value_(v) {}
-  Variant(Currency v) : value_(v) {}
-  Variant(Date v) : value_(v) {}
-  Variant(std::string v) : value_(std::move(v)) {}
-  Variant(std::string_view v) : value_(std::string(v)) {}
-  Variant(const char* v) : value_(std::string(v)) {}
-  Variant(ObjectRef v) : value_(std::move(v)) {}
-  Variant(Array v) : value_(std::make_shared<Array>(std::move(v))) {}
-  Variant(Record v) : value_(std::make_shared<Record>(std::move(v))) {}
-  // Other integer widths are deliberately not convertible: say which kind.
-  Variant(int64_t) = delete;
-  Variant(uint32_t) = delete;
-
-  Variant(const Variant& other);
-  Variant& operator=(const Variant& other);
-  Variant(Variant&&) noexcept = default;
-  Variant& operator=(Variant&&) noexcept = default;
-
-  static Variant Null() { return Variant(NullTag{}); }
-  static Variant Missing() { return Variant(MissingTag{}); }
-  static Variant Nothing() { return Variant(ObjectRef()); }
-
-  // VB's VarType: the kind's number, with kArray added to the element type
-  // for an array; Missing gives kError.
-  int VarTypeCode() const;
-  VarType type() const;
-
-  bool IsEmpty() const { return std::holds_alternative<std::monostate>(value_); }
-  bool IsNull() const { return std::holds_alternative<NullTag>(value_); }
-  bool IsMissing() const { return std::holds_alternative<MissingTag>(value_); }
-  bool IsBoolean() const { return std::holds_alternative<bool>(value_); }
-  bool IsString() const { return std::holds_alternative<std::string>(value_); }
-  bool IsDate() const { return std::holds_alternative<Date>(value_); }
-  bool IsObject() const { return std::holds_alternative<ObjectRef>(value_); }
-  bool IsArray() const { return std::holds_alternative<std::shared_ptr<Array>>(value_); }
-  bool IsRecord() const { return std::holds_alternative<std::shared_ptr<Record>>(value_); }
-  // Byte, Integer, Long, Single, Double or Currency.
-  bool IsNumber() const;
-
-  // Raw access. Each requires the matching kind (checked: a wrong kind
-  // raises error 13); use the conversions of frame/vb.h to convert.
-  bool AsBoolean() const;
-  const std::string& AsString() const;
-  Date AsDate() const;
-  Currency AsCurrency() const;
-  const ObjectRef& AsObject() const;
-  Array& AsArray();
-  const Array& AsArray() const;
-  Record& AsRecord();
-  const Record& AsRecord() const;
-  // The numeric value of a number, Boolean or Date kind (Booleans as -1 and
-  // 0, dates as their serial, Empty as 0); raises error 13 otherwise.
-  double NumericValue() const;
-
-  // Identity of kind and value (strings exactly, objects by reference); not
-  // VB's comparison, which is vb::Compare.
-  friend bool operator==(const Variant& a, const Variant& b);
-
- private:
-  using Storage = std::variant<std::monostate, NullTag, MissingTag, bool, uint8_t, int16_t, int32_t,
-                               float, double, Currency, Date, std::string, ObjectRef,
-                               std::shared_ptr<Array>, std::shared_ptr<Record>>;
-  Storage value_;
-  friend struct VariantAccess;
 };
 
 // Shorthand for making typed values in calls: Int16(5), Long(5).

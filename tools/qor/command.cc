@@ -103,6 +103,30 @@ const std::vector<Command>& Commands() {
        "a file could not be submitted (no such file, no default printer, a type the\n"
        "printer does not take).\n",
        &RunPrint},
+      {"reg", "export, import, read, write, list, clone and delete registry keys",
+       "usage: qor reg export KEY FILE [--append]\n"
+       "       qor reg import FILE\n"
+       "       qor reg get KEY NAME\n"
+       "       qor reg set KEY NAME TEXT | qor reg set KEY NAME --dword NUMBER\n"
+       "       qor reg list KEY\n"
+       "       qor reg clone KEY DESTKEY\n"
+       "       qor reg delete KEY\n"
+       "\n"
+       "KEY is a root and a path, as HKEY_CURRENT_USER\\Software\\Acme or\n"
+       "HKCU\\Software\\Acme (HKCR, HKCU, HKLM, HKU, HKCC). The registry lives in\n"
+       "SQLite files in $QOR_REGISTRY_DIR, else HKEY_CURRENT_USER in\n"
+       "$XDG_CONFIG_HOME/qorSupport/registry and the other roots in\n"
+       "/var/lib/qorSupport/registry. FILE is the registry export file.\n",
+       &RunRegistry},
+      {"ini", "read and write INI file entries",
+       "usage: qor ini get FILE SECTION KEY\n"
+       "       qor ini set FILE SECTION KEY [VALUE]\n"
+       "\n"
+       "get prints the entry (a blank SECTION lists the sections, a blank KEY the\n"
+       "section's keys, one a line); set writes it, or deletes it without a VALUE.\n"
+       "A FILE without a folder lives in $QOR_INI_DIR, else\n"
+       "$XDG_CONFIG_HOME/qorSupport.\n",
+       &RunIni},
   };
   return commands;
 }

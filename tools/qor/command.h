@@ -40,6 +40,8 @@ int RunFolder(const std::vector<std::string>& args);
 int RunPrinters(const std::vector<std::string>& args);
 int RunOpen(const std::vector<std::string>& args);
 int RunPrint(const std::vector<std::string>& args);
+int RunRegistry(const std::vector<std::string>& args);
+int RunIni(const std::vector<std::string>& args);
 
 }  // namespace qor::tool
 

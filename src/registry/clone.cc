@@ -1,0 +1,128 @@
+// qorWinAPIReg: copying a key with its subtree, and listing a key's subkeys
+// and values.
+
+#include "frame/report.h"
+#include "registry/codepage.h"
+#include "registry/winapireg.h"
+
+namespace qor {
+
+using registry::FromCodePage;
+using registry::HKey;
+using registry::ScopedKey;
+using registry::ToCodePage;
+
+bool qorWinAPIReg::RegistryCloneKey(int32_t pSrcKey, const std::string& pSrcPath, int32_t pDestKey,
+                                    const std::string& pDestPath, bool pCreateIfRequired,
+                                    bool Verbose) {
+  Reporter rep("RegistryCloneKey", Verbose);
+  return Guard(rep, false, [&] {
+    ScopedKey src(*store_);
+    ScopedKey dest(*store_);
+    if (store_->OpenKey(pSrcKey, ToCodePage(pSrcPath), src.out()) != registry::kSuccess) {
+      rep.Fail("Unable to open Source key");
+      return false;
+    }
+    std::string dest_path = ToCodePage(pDestPath);
+    if (store_->OpenKey(pDestKey, dest_path, dest.out()) != registry::kSuccess) {
+      if (!pCreateIfRequired) {
+        rep.Fail("Unable to open Destination key");
+        return false;
+      }
+      if (store_->CreateKey(pDestKey, dest_path, dest.out()) != registry::kSuccess) {
+        rep.Fail("Unable to create new key");
+        return false;
+      }
+    }
+    // Subkeys first; their destinations are made as the copy goes.
+    std::string name;
+    for (uint32_t index = 0; EnumKeyAt(src.get(), index, &name) == 0; ++index) {
+      std::string sub = "\\" + FromCodePage(name);
+      if (!RegistryCloneKey(pSrcKey, pSrcPath + sub, pDestKey, pDestPath + sub, true, Verbose)) {
+        rep.Fail("Recursive call error on " + pSrcPath);
+        return false;
+      }
+    }
+    std::string data;
+    uint32_t type = 0;
+    for (uint32_t index = 0; EnumValueAt(src.get(), index, &name, &type, &data) == 0; ++index) {
+      std::string shown = FromCodePage(name);
+      std::string kind;
+      if (type == registry::kRegDword || type == registry::kRegBinary) {
+        if (!RereadValue(src.get(), name, type, &data, rep)) return false;
+        kind = type == registry::kRegDword ? "DWORD" : "BINARY";
+      } else if (type == registry::kRegSz || type == registry::kRegExpandSz) {
+        data = winapi_->SwabString(data);
+        kind = "string";
+      } else {
+        rep.Fail("Unsupported value type " + std::to_string(type) + " on " + shown);
+        return false;
+      }
+      if (store_->SetValue(dest.get(), name, type, reinterpret_cast<const uint8_t*>(data.data()),
+                           static_cast<uint32_t>(data.size())) != registry::kSuccess) {
+        rep.Fail("Error writing " + kind + " value " + shown);
+        return false;
+      }
+    }
+    return true;
+  });
+}
+
+bool qorWinAPIReg::RegistryGetAllKeys(int32_t pKey, const std::string& pKeyPath, Variant& pNames,
+                                      bool Verbose) {
+  Reporter rep("RegistryGetAllKeys", Verbose);
+  return Guard(rep, false, [&] {
+    ScopedKey key(*store_);
+    if (store_->OpenKey(pKey, ToCodePage(pKeyPath), key.out()) != registry::kSuccess) {
+      rep.Fail("key open error");
+      return false;
+    }
+    std::string name;
+    for (int32_t index = 0; EnumKeyAt(key.get(), static_cast<uint32_t>(index), &name) == 0;
+         ++index) {
+      // ReDim Preserve pNames(index).
+      if (pNames.IsArray()) {
+        pNames.AsArray().RedimPreserve({{0, index}});
+      } else {
+        pNames = Array(VarType::kString, {{0, index}});
+      }
+      pNames.AsArray().At({index}) = Variant(FromCodePage(name));
+    }
+    return true;
+  });
+}
+
+bool qorWinAPIReg::RegistryGetAllValues(int32_t pKey, const std::string& pKeyPath, Variant& pValues,
+                                        bool Verbose) {
+  Reporter rep("RegistryGetAllValues", Verbose);
+  pValues = Array(VarType::kVariant, {{0, 0}, {0, 1}});
+  return Guard(rep, false, [&] {
+    ScopedKey key(*store_);
+    if (store_->OpenKey(pKey, ToCodePage(pKeyPath), key.out()) != registry::kSuccess) {
+      rep.Fail("Cannot open keyzzz");
+      return false;
+    }
+    std::vector<std::pair<std::string, int32_t>> rows;
+    for (uint32_t index = 0;; ++index) {
+      std::string name(2000, '\0');
+      uint32_t name_size = 2000;
+      uint32_t type = 0;
+      if (store_->EnumValue(key.get(), index, name.data(), &name_size, &type, nullptr, nullptr) !=
+          registry::kSuccess) {
+        break;
+      }
+      rows.emplace_back(FromCodePage(winapi_->SwabString(name)), static_cast<int32_t>(type));
+    }
+    if (!rows.empty()) {
+      Array grown(VarType::kVariant, {{0, static_cast<int32_t>(rows.size()) - 1}, {0, 1}});
+      for (int32_t i = 0; i < static_cast<int32_t>(rows.size()); ++i) {
+        grown.At({i, 0}) = Variant(rows[i].first);
+        grown.At({i, 1}) = Variant(rows[i].second);
+      }
+      pValues = std::move(grown);
+    }
+    return true;
+  });
+}
+
+}  // namespace qor

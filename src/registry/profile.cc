@@ -1,0 +1,357 @@
+#include "registry/profile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+namespace qor::registry {
+namespace {
+
+struct Entry {
+  std::string name;
+  std::optional<std::string> value;
+};
+
+struct Section {
+  std::string name;  // empty for the entries before the first section
+  std::vector<Entry> entries;
+};
+
+bool IsSpace(unsigned char c) { return (c >= '\t' && c <= '\r') || c == 0x1A || c == ' '; }
+
+std::string_view TrimLeft(std::string_view s) {
+  while (!s.empty() && IsSpace(s.front())) s.remove_prefix(1);
+  return s;
+}
+std::string_view TrimRight(std::string_view s) {
+  while (!s.empty() && IsSpace(s.back())) s.remove_suffix(1);
+  return s;
+}
+std::string_view Trim(std::string_view s) { return TrimRight(TrimLeft(s)); }
+std::string UpTo(std::string_view s) { return std::string(s.substr(0, s.find('\0'))); }
+// Names compare without regard to the case of ASCII letters only, as the
+// platform's profile calls do.
+bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    char x = a[i] >= 'A' && a[i] <= 'Z' ? static_cast<char>(a[i] + 32) : a[i];
+    char y = b[i] >= 'A' && b[i] <= 'Z' ? static_cast<char>(b[i] + 32) : b[i];
+    if (x != y) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The parsed file. A file with content starts with a section without a name
+// holding the entries before the first "[...]" line.
+class Profile {
+ public:
+  // Reads the file; a missing file is an empty profile. False when it
+  // exists and cannot be read.
+  bool Load(const std::filesystem::path& path) {
+    sections_.clear();
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return errno == ENOENT;
+    std::stringstream all;
+    all << in.rdbuf();
+    if (!all.str().empty()) Parse(all.str());
+    return true;
+  }
+
+  std::string Text() const {
+    std::string out;
+    for (const Section& s : sections_) {
+      if (!s.name.empty()) out += "[" + s.name + "]\r\n";
+      for (const Entry& e : s.entries) {
+        out += e.name;
+        if (e.value) out += "=" + *e.value;
+        out += "\r\n";
+      }
+    }
+    return out;
+  }
+
+  // The first section of a name, compared as given.
+  Section* FindSection(std::string_view name) {
+    for (Section& s : sections_) {
+      if (SameName(s.name, name)) return &s;
+    }
+    return nullptr;
+  }
+  // The entry for trimmed names; made (with its section) when asked, the
+  // new names trimmed on the left only, as the platform does.
+  Entry* Find(std::string_view section, std::string_view key, bool create) {
+    Section* s = FindSection(Trim(section));
+    if (s) {
+      for (Entry& e : s->entries) {
+        if (SameName(e.name, Trim(key))) return &e;
+      }
+    }
+    if (!create) return nullptr;
+    if (!s) s = &sections_.emplace_back(Section{std::string(TrimLeft(section)), {}});
+    return &s->entries.emplace_back(Entry{std::string(TrimLeft(key)), std::nullopt});
+  }
+  bool DeleteSection(std::string_view name) {
+    for (auto it = sections_.begin(); it != sections_.end(); ++it) {
+      if (SameName(it->name, name)) {
+        sections_.erase(it);
+        return true;
+      }
+    }
+    return false;
+  }
+  bool DeleteEntry(std::string_view section, std::string_view key) {
+    for (Section& s : sections_) {
+      if (!SameName(s.name, section)) continue;
+      for (auto it = s.entries.begin(); it != s.entries.end(); ++it) {
+        if (SameName(it->name, key)) {
+          s.entries.erase(it);
+          return true;
+        }
+      }
+    }
+    return false;
+  }
+  const std::vector<Section>& sections() const { return sections_; }
+
+ private:
+  void Parse(std::string_view text) {
+    Section* current = &sections_.emplace_back();
+    const Entry* last = nullptr;
+    while (!text.empty()) {
+      size_t end = text.find_first_of("\r\n");
+      std::string_view line = Trim(text.substr(0, end));
+      size_t next = text.find_first_not_of("\r\n", end);
+      text.remove_prefix(next == std::string_view::npos ? text.size() : next);
+      if (line.empty()) continue;
+      if (line.front() == '[') {
+        size_t close = line.rfind(']');
+        if (close != std::string_view::npos && close > 0) {
+          current = &sections_.emplace_back(Section{UpTo(Trim(line.substr(1, close - 1))), {}});
+          last = nullptr;
+          continue;
+        }
+      }
+      Entry e;
+      size_t eq = line.find('=');
+      std::string_view name = line;
+      if (eq != std::string_view::npos) {
+        name = TrimRight(line.substr(0, eq));
+        e.value = UpTo(TrimLeft(line.substr(eq + 1)));
+      }
+      e.name = UpTo(name);
+      // A run of entries without a name keeps only its first.
+      if (!e.name.empty() || !last || !last->name.empty()) {
+        current->entries.push_back(std::move(e));
+        last = &current->entries.back();
+      }
+    }
+  }
+
+  std::vector<Section> sections_;
+};
+
+// lstrcpyn: at most size - 1 characters and a NUL.
+void CopyN(char* buffer, std::string_view text, uint32_t size) {
+  if (size == 0) return;
+  size_t n = std::min<size_t>(text.size(), size - 1);
+  std::memcpy(buffer, text.data(), n);
+  buffer[n] = '\0';
+}
+
+// Copies a value, dropping matching quotes around it; the closing quote is
+// cut from what fits.
+void CopyValue(char* buffer, std::string_view value, uint32_t size) {
+  bool quoted = value.size() >= 2 && (value.front() == '\'' || value.front() == '"') &&
+                value.back() == value.front();
+  if (quoted) value.remove_prefix(1);
+  CopyN(buffer, value, size);
+  if (quoted && size >= value.size()) {
+    size_t len = std::strlen(buffer);
+    if (len) buffer[len - 1] = '\0';
+  }
+}
+
+// The entry names of a section (as given, not trimmed).
+uint32_t ListEntries(Profile& profile, std::string_view section, char* buffer, uint32_t size) {
+  Section* s = profile.FindSection(section);
+  if (!s) {
+    if (size > 0) buffer[0] = '\0';
+    if (size > 1) buffer[1] = '\0';
+    return 0;
+  }
+  uint32_t left = size;
+  uint32_t pos = 0;
+  for (const Entry& e : s->entries) {
+    if (left <= 2) break;
+    if ((e.name.empty() && !e.value) || (!e.name.empty() && e.name.front() == ';') || !e.value) {
+      continue;
+    }
+    CopyN(buffer + pos, e.name, left - 1);
+    uint32_t n = static_cast<uint32_t>(std::strlen(buffer + pos)) + 1;
+    left -= n;
+    pos += n;
+    if (left < 2) break;
+  }
+  buffer[pos] = '\0';
+  if (left <= 1 && pos > 0) {
+    buffer[pos - 1] = '\0';
+    return size - 2;
+  }
+  return size - left;
+}
+
+uint32_t ListSections(Profile& profile, char* buffer, uint32_t size) {
+  if (size == 0) return 0;
+  if (size == 1) {
+    buffer[0] = '\0';
+    return 0;
+  }
+  uint32_t left = size - 1;
+  uint32_t pos = 0;
+  for (const Section& s : profile.sections()) {
+    if (s.name.empty()) continue;
+    uint32_t n = static_cast<uint32_t>(s.name.size()) + 1;
+    if (n >= left) {
+      if (left > 0) {
+        std::memcpy(buffer + pos, s.name.data(), left - 1);
+        pos += left - 1;
+        buffer[pos++] = '\0';
+      }
+      buffer[pos] = '\0';
+      return size - 2;
+    }
+    std::memcpy(buffer + pos, s.name.c_str(), n);
+    pos += n;
+    left -= n;
+  }
+  buffer[pos] = '\0';
+  return pos;
+}
+
+std::filesystem::path ProfileFolder() {
+  if (const char* dir = std::getenv("QOR_INI_DIR"); dir && *dir) return dir;
+  if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg) {
+    return std::filesystem::path(xdg) / "qorSupport";
+  }
+  const char* home = std::getenv("HOME");
+  return std::filesystem::path(home && *home ? home : "/tmp") / ".config" / "qorSupport";
+}
+
+bool HasFolder(std::string_view file) {
+  return file.find_first_of("/\\") != std::string_view::npos;
+}
+
+// Writes the file beside its place and renames it over, keeping the mode of
+// the file it replaces.
+bool ReplaceFile(const std::filesystem::path& path, const std::string& text) {
+  std::error_code ec;
+  if (!path.has_parent_path() || !std::filesystem::is_directory(path.parent_path(), ec)) {
+    return false;
+  }
+  std::string temp = path.string() + ".XXXXXX";
+  int fd = ::mkstemp(temp.data());
+  if (fd < 0) return false;
+  struct stat st;
+  mode_t mode;
+  if (::stat(path.c_str(), &st) == 0) {
+    mode = st.st_mode & 07777;
+  } else {
+    mode_t mask = ::umask(0);
+    ::umask(mask);
+    mode = 0666 & ~mask;
+  }
+  bool ok = ::fchmod(fd, mode) == 0;
+  size_t done = 0;
+  while (ok && done < text.size()) {
+    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    ok = n > 0;
+    if (ok) done += static_cast<size_t>(n);
+  }
+  ok = ok && ::fsync(fd) == 0;
+  ok = (::close(fd) == 0) && ok;
+  ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
+  if (!ok) ::unlink(temp.c_str());
+  return ok;
+}
+
+}  // namespace
+
+std::filesystem::path ProfilePath(std::string_view file) {
+  if (!HasFolder(file)) return ProfileFolder() / std::string(file);
+  std::string path(file);
+  for (char& c : path) {
+    if (c == '\\') c = '/';
+  }
+  return std::filesystem::absolute(path);
+}
+
+uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_text, char* buffer,
+                                 uint32_t size, std::string_view file) {
+  if (!buffer || size == 0) return 0;
+  std::string_view def = default_text.value_or("");
+  // The platform fills a buffer of its own and copies the text with a
+  // terminating NUL into the caller's.
+  std::string work(size, '\0');
+  char* w = work.data();
+  uint32_t count = 0;
+  Profile profile;
+  bool loaded = profile.Load(ProfilePath(file));
+  if (!section) {
+    count = loaded ? ListSections(profile, w, size) : 0;
+  } else if (!key) {
+    count = loaded ? ListEntries(profile, *section, w, size) : 0;
+    if (w[0] == '\0') {
+      CopyValue(w, def, size);
+      count = static_cast<uint32_t>(std::strlen(w));
+    }
+  } else {
+    while (!def.empty() && def.back() == ' ') def.remove_suffix(1);
+    if (loaded) {
+      Entry* e = profile.Find(*section, *key, false);
+      CopyValue(w, e && e->value ? std::string_view(*e->value) : def, size);
+    } else {
+      CopyN(w, def, size);
+    }
+    count = static_cast<uint32_t>(std::strlen(w));
+  }
+  std::memcpy(buffer, w, std::min<uint32_t>(count + 1, size));
+  return count;
+}
+
+bool WritePrivateProfileString(OptText section, OptText key, OptText value, std::string_view file) {
+  if (!section) return false;
+  std::filesystem::path path = ProfilePath(file);
+  Profile profile;
+  if (!profile.Load(path)) return false;
+  bool changed = false;
+  if (!key) {
+    changed = profile.DeleteSection(*section);  // true also when there was none
+  } else if (!value) {
+    changed = profile.DeleteEntry(*section, *key);
+  } else {
+    Entry* e = profile.Find(*section, *key, true);
+    std::string text(TrimLeft(UpTo(*value)));
+    if (!e->value || *e->value != text) {
+      e->value = std::move(text);
+      changed = true;
+    }
+  }
+  if (!changed) return true;
+  if (!HasFolder(file)) {
+    std::error_code ec;
+    std::filesystem::create_directories(path.parent_path(), ec);
+  }
+  return ReplaceFile(path, profile.Text());
+}
+
+}  // namespace qor::registry

@@ -1,0 +1,62 @@
+// Private profile (INI) files with the rules of the Windows profile calls
+// GetPrivateProfileStringA and WritePrivateProfileStringA.
+//
+// Reading a file: a line ends at any run of CR and LF; white space around
+// a line is dropped and empty lines are dropped. "[name]" starts a section
+// (the name runs to the last "]" and is trimmed; a line with "[" but no "]"
+// is an entry); "name=value" is an entry with white space around the "="
+// dropped; a line without "=" is an entry without a value; the entries
+// before the first section belong to the section with the empty name.
+// Lines beginning with ";" are kept as entries but never listed. Names are
+// matched without regard to the case of ASCII letters, the first section or
+// entry of a name wins, and the names asked for are trimmed of white space
+// (the names of a deletion are compared as given). A value in matching
+// single or double quotes is read without them.
+//
+// Writing: a missing file, section or entry is made (new ones go at the
+// end); an absent value deletes the entry, an absent entry name the
+// section. A file is rewritten only when something changed, as CR LF lines
+// without blank lines, and it is replaced atomically (written beside,
+// flushed, renamed over), so a crash never leaves it truncated. Names and
+// values are bytes in the 8-bit code page; a NUL in the file ends the name
+// or value it is in. Wine's implementation of these calls is the reference
+// (see wine_diff_test.cc).
+//
+// Where a file lives: a name with a folder ("/" or "\") is a path, relative
+// to the current folder unless absolute, "\" read as "/"; a bare name goes
+// into the profile folder: $QOR_INI_DIR when set, else
+// $XDG_CONFIG_HOME/qorSupport (default ~/.config/qorSupport), made on the
+// first write. This is the Linux counterpart of the Windows folder.
+
+#ifndef QOR_REGISTRY_PROFILE_H_
+#define QOR_REGISTRY_PROFILE_H_
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qor::registry {
+
+using OptText = std::optional<std::string_view>;
+
+// The file a profile name refers to.
+std::filesystem::path ProfilePath(std::string_view file);
+
+// GetPrivateProfileStringA into buffer[0 .. size): with no section the
+// section names, with no key the section's entry names (each followed by a
+// NUL, the list by one more NUL, cut to fit), else the entry's value or
+// default_text (trailing blanks dropped). Returns the characters copied
+// without the final NUL (size - 2 for a list cut short). Only the text and
+// its terminating NUL(s) are written into the buffer.
+uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_text, char* buffer,
+                                 uint32_t size, std::string_view file);
+
+// WritePrivateProfileStringA: true when the file holds the change; false
+// without a section.
+bool WritePrivateProfileString(OptText section, OptText key, OptText value, std::string_view file);
+
+}  // namespace qor::registry
+
+#endif  // QOR_REGISTRY_PROFILE_H_
