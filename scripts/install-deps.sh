@@ -10,6 +10,7 @@ packages=(
   libsqlite3-dev sqlite3
   clang libclang-rt-dev
   clang-format
+  qt6-base-dev libgl-dev fonts-dejavu-core
   libcups2-dev cups-daemon cups-client xdg-utils
   # Wine and mingw-w64 for the differential test of the registry and INI code.
   wine64 g++-mingw-w64-x86-64

@@ -195,6 +195,7 @@ void RegisterAllClasses(Registry& registry) {
   RegisterEngineClasses(registry);
   RegisterDbClasses(registry);
   RegisterRegistryClasses(registry);
+  RegisterRequesterClasses(registry);
   RegisterShellClasses(registry);
 }
 

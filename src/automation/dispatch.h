@@ -221,6 +221,8 @@ void RegisterEngineClasses(Registry& registry);
 void RegisterDbClasses(Registry& registry);
 void RegisterRegistryClasses(Registry& registry);
 void RegisterShellClasses(Registry& registry);
+// The file and folder requesters of qorWinAPI and their FileNameParams.
+void RegisterRequesterClasses(Registry& registry);
 
 // The object that stands for the module of shared procedures.
 class GlobalsModule : public Object {

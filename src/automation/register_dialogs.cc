@@ -1,7 +1,10 @@
-// Late-bound registration of qorForms.
+// Late-bound registration of qorForms, qorList and qorPickList.
 
 #include "automation/dispatch.h"
 #include "dialogs/forms.h"
+#include "dialogs/list.h"
+#include "dialogs/pick_list.h"
+#include "frame/vb.h"
 
 namespace qor::automation {
 
@@ -11,6 +14,69 @@ namespace {
 std::vector<Param> Parts() {
   return {Req("pMsg1", VarType::kString), Opt("pMsg2", VarType::kString, Variant("")),
           Opt("pMsg3", VarType::kString, Variant(""))};
+}
+
+std::vector<Param> MenuParams() {
+  std::vector<Param> params;
+  for (int i = 1; i <= 13; ++i) {
+    params.push_back(Opt((i < 10 ? "MenuLabel0" : "MenuLabel") + std::to_string(i),
+                         VarType::kString, Variant("")));
+  }
+  for (const char* name : {"Heading1", "Heading2", "TitleBar"}) {
+    params.push_back(Opt(name, VarType::kString, Variant("")));
+  }
+  return params;
+}
+
+int16_t CallMenuForm(qorForms& f, Args& a) {
+  std::array<std::string, 13> labels;
+  for (size_t i = 0; i < labels.size(); ++i) labels[i] = a.Str(i);
+  return f.MenuForm(labels, a.Str(13), a.Str(14), a.Str(15));
+}
+
+void RegisterList(Registry& registry) {
+  using V = VarType;
+  ClassBuilder<qorList>(registry, "qorList")
+      .Sub("Init", {}, [](qorList& l, Args&) { l.Init(); })
+      .Sub("Cancel", {}, [](qorList& l, Args&) { l.Cancel(); })
+      .Sub("AddItem",
+           {Opt("pName", V::kString, Variant("")), Opt("pData", V::kVariant),
+            Opt("pSort", V::kVariant)},
+           [](qorList& l, Args& a) { l.AddItem(a.Str(0), a[1], a[2]); })
+      .Method("Display", {Opt("pModal", V::kBoolean, Variant(true))},
+              [](qorList& l, Args& a) { return Variant(l.Display(a.Bool(0))); })
+      .Method("DisplayMultiSelect", {ArrayRef("pArray"), Opt("pModal", V::kBoolean, Variant(true))},
+              [](qorList& l, Args& a) { return Variant(l.DisplayMultiSelect(a[0], a.Bool(1))); })
+      .Property(
+          "UseFixedWidthFont", V::kBoolean,
+          [](qorList& l) { return Variant(l.UseFixedWidthFont()); },
+          [](qorList& l, const Variant& v) { l.SetUseFixedWidthFont(v.AsBoolean()); })
+      .Property(
+          "Sorted", V::kInteger, [](qorList& l) { return Variant(l.Sorted()); },
+          [](qorList& l, const Variant& v) { l.SetSorted(vb::CInt(v)); })
+      .Property("BigFlag", V::kBoolean, nullptr,
+                [](qorList& l, const Variant& v) { l.SetBigFlag(v.AsBoolean()); })
+      .Property(
+          "Title", V::kString, [](qorList& l) { return Variant(l.Title()); },
+          [](qorList& l, const Variant& v) { l.SetTitle(v.AsString()); })
+      .Property("SelectedIndex", V::kLong, [](qorList& l) { return Variant(l.SelectedIndex()); })
+      .Property("SelectedData", V::kVariant, [](qorList& l) { return l.SelectedData(); })
+      .Property("SelectedText", V::kVariant, [](qorList& l) { return l.SelectedText(); });
+
+  // pDb is a database object of the engine (anything that reads as a
+  // PickDatabase); another object is a type mismatch.
+  ClassBuilder<qorPickList>(registry, "qorPickList")
+      .Method("GetPickList",
+              {Ref("pDb", V::kObject), Req("pQry", V::kString), Req("pDisplayField", V::kString),
+               Ref("pKeyField", V::kString), Opt("Verbose", V::kBoolean, Variant(false))},
+              [](qorPickList& p, Args& a) {
+                const ObjectRef& ref = a[0].AsObject();
+                if (!ref) Raise(err::kObjectNotSet);
+                auto* db = dynamic_cast<PickDatabase*>(ref.get());
+                if (!db) Raise(err::kTypeMismatch);
+                std::string key = a.Str(3);
+                return p.GetPickList(*db, a.Str(1), a.Str(2), key, a.Bool(4));
+              });
 }
 
 }  // namespace
@@ -49,9 +115,27 @@ void RegisterDialogClasses(Registry& registry) {
       .Method(
           "AlertRetry", Parts(),
           [](qorForms& f, Args& a) { return Variant(f.AlertRetry(a.Str(0), a.Str(1), a.Str(2))); })
-      .Method("MsgRetry", Parts(), [](qorForms& f, Args& a) {
-        return Variant(f.MsgRetry(a.Str(0), a.Str(1), a.Str(2)));
-      });
+      .Method(
+          "MsgRetry", Parts(),
+          [](qorForms& f, Args& a) { return Variant(f.MsgRetry(a.Str(0), a.Str(1), a.Str(2))); })
+      .Method("Requester",
+              {Req("pMsg1", V::kString), Opt("pMsg2", V::kString, Variant("")),
+               Opt("pMsg3", V::kString, Variant("")), Opt("pMsgYes", V::kString, Variant("")),
+               Opt("pMsgNo", V::kString, Variant("")), Opt("pTitleBar", V::kString, Variant("")),
+               Opt("pMsgFont", V::kString, Variant("")), Opt("pMsgFontSize", V::kInteger, Int16(0)),
+               Opt("pButtonFont", V::kString, Variant("")),
+               Opt("pButtonFontSize", V::kInteger, Int16(0))},
+              [](qorForms& f, Args& a) {
+                return Variant(f.Requester(a.Str(0), a.Str(1), a.Str(2), a.Str(3), a.Str(4),
+                                           a.Str(5), a.Str(6), a.Int(7), a.Str(8), a.Int(9)));
+              })
+      .Method("CalendarForm",
+              {Opt("pInitialDate", V::kVariant), Opt("pTitle", V::kString, Variant(""))},
+              [](qorForms& f, Args& a) { return f.CalendarForm(a[0], a.Str(1)); })
+      .Method("MenuForm", MenuParams(),
+              [](qorForms& f, Args& a) { return Variant(CallMenuForm(f, a)); });
+
+  RegisterList(registry);
 }
 
 }  // namespace qor::automation

@@ -117,13 +117,16 @@ bool qorForms::MsgRetry(const std::string& msg1, const std::string& msg2, const 
   return MsgGrunt(msg1, msg2, msg3, 2, 0, 1) == ui::kIdOk;
 }
 
-Variant qorForms::InputForm(const std::string& msg, const std::string& default_text) {
+std::optional<std::string> AskInput(const std::string& msg, const std::string& default_text) {
   ui::InputBoxRequest request;
   request.title = GetAppName();
   request.prompt = msg;
   if (IsNotBlank(Variant(default_text), false)) request.default_text = default_text;
-  std::optional<std::string> answer = ui::Current().InputBox(request);
-  return Variant(answer.value_or(std::string()));
+  return ui::Current().InputBox(request);
+}
+
+Variant qorForms::InputForm(const std::string& msg, const std::string& default_text) {
+  return Variant(AskInput(msg, default_text).value_or(std::string()));
 }
 
 }  // namespace qor

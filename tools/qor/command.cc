@@ -21,6 +21,65 @@ const std::vector<Command>& Commands() {
        "Without a display (or with QOR_UI=headless) the boxes are written to standard\n"
        "error and answered with their default button.\n",
        &RunDemo},
+      {"msgbox", "show a message box; prints the button's code",
+       "usage: qor msgbox [--buttons N] [--icon N] [--default N] [--app NAME] MSG1 [MSG2 [MSG3]]\n"
+       "\n"
+       "Shows qorForms.MsgGrunt: the parts on lines of their own, titled with the\n"
+       "application name and the icon's title word. --buttons 0 OK, 1 OK/Cancel,\n"
+       "2 Retry/Cancel, 3 Yes/No, 4 Yes/No/Cancel; --icon 0 information, 1 question,\n"
+       "2 exclamation, 3 critical; --default 1 to 3. Prints the code of the button\n"
+       "(1 OK, 2 Cancel, 4 Retry, 6 Yes, 7 No); exit status 1 for Cancel.\n",
+       &RunMsgBox},
+      {"input", "ask for one line of text; prints it",
+       "usage: qor input [--app NAME] PROMPT [DEFAULT]\n"
+       "\n"
+       "Shows the input box of qorForms.InputForm. Prints the text confirmed; exit\n"
+       "status 1 when cancelled.\n",
+       &RunInput},
+      {"list", "choose from a list; prints the choice",
+       "usage: qor list [--title T] [--sorted 0|1|2] [--multi] [--fixed] [--big] [--index]\n"
+       "                [ITEM...]\n"
+       "\n"
+       "Shows qorList with the items given, or with the lines of standard input when\n"
+       "none are given. --sorted 1 ascending, 2 descending; --multi lets several be\n"
+       "chosen (one printed per line); --fixed uses a fixed-width font; --big the large\n"
+       "size. Prints the chosen item, or with --index its 0-based position in the\n"
+       "order given; exit status 1 when cancelled.\n",
+       &RunList},
+      {"calendar", "pick a date; prints it as YYYY-MM-DD",
+       "usage: qor calendar [--title T] [DATE]\n"
+       "\n"
+       "Shows qorForms.CalendarForm starting at DATE (today when none). Prints the\n"
+       "chosen date; exit status 1 when cancelled.\n",
+       &RunCalendar},
+      {"menu", "choose from a menu of up to 13 items; prints the number",
+       "usage: qor menu [--title T] [--heading1 H] [--heading2 H] ITEM...\n"
+       "\n"
+       "Shows qorForms.MenuForm with up to 13 items (an empty item leaves its row out\n"
+       "and keeps the numbers). Keys 1-9 and A-D choose, N cancels. Prints the number\n"
+       "chosen; exit status 1 for cancel (0).\n",
+       &RunMenu},
+      {"requester", "ask a yes/no question with free captions; prints 6 or 7",
+       "usage: qor requester [--yes C] [--no C] [--title T] [--font F] [--font-size N]\n"
+       "                     [--button-font F] [--button-font-size N] LINE1 [LINE2 [LINE3]]\n"
+       "\n"
+       "Shows qorForms.Requester; lines wider than the form are cut. Prints 6 for the\n"
+       "yes button; prints 7 and leaves with status 1 otherwise.\n",
+       &RunRequester},
+      {"file", "choose a file; prints its path",
+       "usage: qor file [--dir D] [--filter-name NAME] [--filter PATTERNS] [--save]\n"
+       "                [--ext EXT] [--title T]\n"
+       "\n"
+       "Shows qorWinAPI.GetFileName. PATTERNS are separated by \";\" (*.txt;*.log).\n"
+       "Without --save the file must exist; with --save and --ext the extension is\n"
+       "added when missing. Prints the path; exit status 1 when cancelled.\n",
+       &RunFile},
+      {"folder", "choose a folder; prints its path",
+       "usage: qor folder [--title T]\n"
+       "\n"
+       "Shows qorWinAPI.GetFolderName. Prints the folder; exit status 1 when\n"
+       "cancelled.\n",
+       &RunFolder},
       {"printers", "list the printers, show or set the default printer",
        "usage: qor printers [--default | --set DEVICE]\n"
        "\n"

@@ -29,6 +29,14 @@ bool WantsHelp(const std::vector<std::string>& args);
 
 int RunAutomation(const std::vector<std::string>& args);
 int RunDemo(const std::vector<std::string>& args);
+int RunMsgBox(const std::vector<std::string>& args);
+int RunInput(const std::vector<std::string>& args);
+int RunList(const std::vector<std::string>& args);
+int RunCalendar(const std::vector<std::string>& args);
+int RunMenu(const std::vector<std::string>& args);
+int RunRequester(const std::vector<std::string>& args);
+int RunFile(const std::vector<std::string>& args);
+int RunFolder(const std::vector<std::string>& args);
 int RunPrinters(const std::vector<std::string>& args);
 int RunOpen(const std::vector<std::string>& args);
 int RunPrint(const std::vector<std::string>& args);

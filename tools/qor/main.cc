@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "command.h"
+#include "dialog_args.h"
 #include "frame/error.h"
 
 namespace {
@@ -21,6 +22,7 @@ void PrintHelp() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  qor::tool::RegisterUiBackends();
   if (argc < 2 || !std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help")) {
     PrintHelp();
     return argc < 2 ? 2 : 0;
