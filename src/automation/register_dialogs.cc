@@ -1,6 +1,7 @@
 // Late-bound registration of qorForms, qorList and qorPickList.
 
 #include "automation/dispatch.h"
+#include "db/engine/engine.h"
 #include "dialogs/forms.h"
 #include "dialogs/list.h"
 #include "dialogs/pick_list.h"
@@ -9,6 +10,32 @@
 namespace qor::automation {
 
 namespace {
+
+// The pick list's view of the engine's recordsets and databases.
+class EnginePickRecordset : public PickRecordset {
+ public:
+  explicit EnginePickRecordset(std::shared_ptr<dao::Recordset> rs) : rs_(std::move(rs)) {}
+  bool Bof() override { return rs_->Bof(); }
+  bool Eof() override { return rs_->Eof(); }
+  void MoveFirst() override { rs_->MoveFirst(); }
+  void MoveNext() override { rs_->MoveNext(); }
+  Variant Field(const std::string& name) override { return rs_->Value(name); }
+  void Close() override { rs_->Close(); }
+
+ private:
+  std::shared_ptr<dao::Recordset> rs_;
+};
+
+class EnginePickDatabase : public PickDatabase {
+ public:
+  explicit EnginePickDatabase(std::shared_ptr<dao::Database> db) : db_(std::move(db)) {}
+  std::unique_ptr<PickRecordset> OpenRecordset(const std::string& source) override {
+    return std::make_unique<EnginePickRecordset>(db_->OpenRecordset(source));
+  }
+
+ private:
+  std::shared_ptr<dao::Database> db_;
+};
 
 // The three message parts every box method takes.
 std::vector<Param> Parts() {
@@ -72,10 +99,14 @@ void RegisterList(Registry& registry) {
               [](qorPickList& p, Args& a) {
                 const ObjectRef& ref = a[0].AsObject();
                 if (!ref) Raise(err::kObjectNotSet);
-                auto* db = dynamic_cast<PickDatabase*>(ref.get());
-                if (!db) Raise(err::kTypeMismatch);
                 std::string key = a.Str(3);
-                return p.GetPickList(*db, a.Str(1), a.Str(2), key, a.Bool(4));
+                if (auto* pick = dynamic_cast<PickDatabase*>(ref.get())) {
+                  return p.GetPickList(*pick, a.Str(1), a.Str(2), key, a.Bool(4));
+                }
+                auto db = std::dynamic_pointer_cast<dao::Database>(ref);
+                if (!db) Raise(err::kTypeMismatch);
+                EnginePickDatabase engine_db(std::move(db));
+                return p.GetPickList(engine_db, a.Str(1), a.Str(2), key, a.Bool(4));
               });
 }
 
