@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -124,22 +123,6 @@ TEST_F(ProcsFiles, DeleteFileReportsWhenVerbose) {
             "ERROR  75, DeleteFile()\r\nPath/File access error");
 }
 
-// Runs checks as an unprivileged user: in this process when it is one, else
-// in a child that has given up root (for whom permission bits are not
-// enforced). Returns the checks' result, a bit per failed expectation.
-int RunUnprivileged(const std::function<int()>& checks) {
-  if (geteuid() != 0) return checks();
-  pid_t child = fork();
-  if (child == 0) {
-    constexpr uid_t kNobody = 65534;
-    if (setgid(kNobody) != 0 || setuid(kNobody) != 0) _exit(255);
-    _exit(checks());
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 254;
-}
-
 TEST_F(ProcsFiles, FoldersWithoutPermissionAnswerFalse) {
   fs::create_directory(P("locked"));
   Touch(tmp_.path() / "locked" / "inside.txt");
@@ -148,7 +131,7 @@ TEST_F(ProcsFiles, FoldersWithoutPermissionAnswerFalse) {
   chmod(tmp_.path().c_str(), 0755);
   chmod(P("locked").c_str(), 0);
   chmod(P("readonly").c_str(), 0555);
-  int failed = RunUnprivileged([this] {
+  int failed = testing::RunUnprivileged([this] {
     int bits = 0;
     auto expect = [&bits](int bit, bool ok) { bits |= ok ? 0 : 1 << bit; };
     expect(0, !procs_.CheckFileExists(P("locked/inside.txt")));

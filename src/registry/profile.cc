@@ -180,8 +180,10 @@ void CopyValue(char* buffer, std::string_view value, uint32_t size) {
   }
 }
 
-// The entry names of a section (as given, not trimmed).
-uint32_t ListEntries(Profile& profile, std::string_view section, char* buffer, uint32_t size) {
+// The entry names of a section (as given, not trimmed); with values, every
+// entry as "name=value" (an entry without "=" as its name alone).
+uint32_t ListEntries(Profile& profile, std::string_view section, bool with_values, char* buffer,
+                     uint32_t size) {
   Section* s = profile.FindSection(section);
   if (!s) {
     if (size > 0) buffer[0] = '\0';
@@ -192,7 +194,8 @@ uint32_t ListEntries(Profile& profile, std::string_view section, char* buffer, u
   uint32_t pos = 0;
   for (const Entry& e : s->entries) {
     if (left <= 2) break;
-    if ((e.name.empty() && !e.value) || (!e.name.empty() && e.name.front() == ';') || !e.value) {
+    if ((e.name.empty() && !e.value) || (!e.name.empty() && e.name.front() == ';') ||
+        (!with_values && !e.value)) {
       continue;
     }
     CopyN(buffer + pos, e.name, left - 1);
@@ -200,6 +203,14 @@ uint32_t ListEntries(Profile& profile, std::string_view section, char* buffer, u
     left -= n;
     pos += n;
     if (left < 2) break;
+    if (with_values && e.value) {
+      buffer[pos - 1] = '=';
+      CopyN(buffer + pos, *e.value, left - 1);
+      n = static_cast<uint32_t>(std::strlen(buffer + pos)) + 1;
+      left -= n;
+      pos += n;
+      if (left < 2) break;
+    }
   }
   buffer[pos] = '\0';
   if (left <= 1 && pos > 0) {
@@ -309,7 +320,7 @@ uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_t
   if (!section) {
     count = loaded ? ListSections(profile, w, size) : 0;
   } else if (!key) {
-    count = loaded ? ListEntries(profile, *section, w, size) : 0;
+    count = loaded ? ListEntries(profile, *section, false, w, size) : 0;
     if (w[0] == '\0') {
       CopyValue(w, def, size);
       count = static_cast<uint32_t>(std::strlen(w));
@@ -325,6 +336,30 @@ uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_t
     count = static_cast<uint32_t>(std::strlen(w));
   }
   std::memcpy(buffer, w, std::min<uint32_t>(count + 1, size));
+  return count;
+}
+
+uint32_t GetPrivateProfileSection(std::string_view section, char* buffer, uint32_t size,
+                                  std::string_view file) {
+  if (!buffer || size == 0) return 0;
+  // As the platform's A call does: the list is made in a buffer of twice the
+  // size and copied over when it fits with a character to spare; otherwise
+  // its first size - 2 characters are, followed by two NULs.
+  uint32_t work_size = size > UINT32_MAX / 2 ? UINT32_MAX : 2 * size;
+  std::string work(work_size, '\0');
+  Profile profile;
+  uint32_t count = 0;
+  if (profile.Load(ProfilePath(file))) {
+    count = ListEntries(profile, section, true, work.data(), work_size);
+  }
+  if (count > 0 && count + 2 <= size) {
+    std::memcpy(buffer, work.data(), count + 1);
+    return count;
+  }
+  count = count > 0 && size > 2 ? size - 2 : 0;
+  std::memcpy(buffer, work.data(), count);
+  buffer[count] = '\0';
+  if (count + 1 < size) buffer[count + 1] = '\0';
   return count;
 }
 

@@ -53,6 +53,16 @@ std::filesystem::path ProfilePath(std::string_view file);
 uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_text, char* buffer,
                                  uint32_t size, std::string_view file);
 
+// GetPrivateProfileSectionA into buffer[0 .. size): the section's entries
+// as "name=value" (an entry without "=" as its bare name; comments left
+// out), each followed by a NUL, the list by one more NUL. A list that does
+// not fit with a character to spare is cut after size - 2 characters, even
+// inside an entry, and ended by two NULs. Returns the characters copied
+// without the final NUL (size - 2 for a cut list); 0 and two NULs for a
+// missing or empty section or a file that cannot be read.
+uint32_t GetPrivateProfileSection(std::string_view section, char* buffer, uint32_t size,
+                                  std::string_view file);
+
 // WritePrivateProfileStringA: true when the file holds the change; false
 // without a section.
 bool WritePrivateProfileString(OptText section, OptText key, OptText value, std::string_view file);

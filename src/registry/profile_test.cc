@@ -81,6 +81,31 @@ TEST_F(Ini, ReadsWithThePlatformRules) {
   EXPECT_EQ(GetPrivateProfileString("a", "b", "d", none.data(), 8, dir_.File("none.ini")), 1u);
 }
 
+TEST_F(Ini, ReadsAWholeSectionWithItsValues) {
+  Put("[Devices]\r\n"
+      "Laser = winspool,LPT1:\r\n"
+      ";Old=x\r\n"
+      "Bare\r\n"
+      "Empty=\r\n"
+      "Quoted=\"a b\"\r\n"
+      "[Next]\r\nk=v\r\n");
+  auto section = [&](std::string_view name, uint32_t size) {
+    std::string buffer(size, '#');
+    uint32_t n = GetPrivateProfileSection(name, buffer.data(), size, file_);
+    return std::make_pair(n, buffer.substr(0, buffer.find('#')));
+  };
+  // Comments are left out, values are kept as written (quotes too), an
+  // entry without "=" is its name alone.
+  EXPECT_EQ(section("devices", 64),
+            std::make_pair(
+                46u, std::string("Laser=winspool,LPT1:\0Bare\0Empty=\0Quoted=\"a b\"\0\0", 47)));
+  // Cut short: the count is size - 2 and the last text is cut and ended by
+  // two NULs, as Wine writes them.
+  EXPECT_EQ(section("Devices", 12), std::make_pair(10u, std::string("Laser=wins\0\0", 12)));
+  EXPECT_EQ(section("Missing", 64), std::make_pair(0u, std::string("\0\0", 2)));
+  EXPECT_EQ(GetPrivateProfileSection("Devices", nullptr, 64, file_), 0u);
+}
+
 TEST_F(Ini, WritesCreateReplaceAndDelete) {
   EXPECT_TRUE(WritePrivateProfileString("Main", "Colour", "  Blue", file_));
   EXPECT_EQ(Text(), "[Main]\r\nColour=Blue\r\n");

@@ -80,6 +80,15 @@ class Ours {
       uint32_t n = GetPrivateProfileString(View(s), View(k), View(d), buffer.data(), size, f);
       return out + " " + std::to_string(n) + Hex(buffer.substr(0, size));
     }
+    if (op == "S") {
+      auto s = Unhex(in);
+      uint32_t size;
+      in >> size;
+      std::string f = file();
+      std::string buffer(size + 1, '#');
+      uint32_t n = GetPrivateProfileSection(*s, buffer.data(), size, f);
+      return out + " " + std::to_string(n) + Hex(buffer.substr(0, size));
+    }
     if (op == "W") {
       auto s = Unhex(in), k = Unhex(in), v = Unhex(in);
       std::string f = file();
@@ -174,8 +183,9 @@ class Generator {
   std::string Next() {
     int kind = Pick(100);
     if (kind < 30) return Get();
-    if (kind < 50) return Write();
-    if (kind < 55) return "F" + Field(File());
+    if (kind < 36) return GetSection();
+    if (kind < 54) return Write();
+    if (kind < 58) return "F" + Field(File());
     return Registry();
   }
 
@@ -213,6 +223,10 @@ class Generator {
     auto key = Key(true);
     return "G" + Field(Section(true)) + Field(key) + Field(def) + " " + std::to_string(Of(sizes)) +
            Field(File());
+  }
+  std::string GetSection() {
+    static const std::vector<int> sizes = {1, 2, 3, 5, 16, 64, 2048};
+    return "S" + Field(Section(false)) + " " + std::to_string(Of(sizes)) + Field(File());
   }
   std::string Write() {
     auto section = Section(true);

@@ -1,5 +1,7 @@
 #include "shell/printer.h"
 
+#include <cstdlib>
+
 #include "frame/globals.h"
 #include "frame/report.h"
 #include "frame/vb.h"
@@ -43,6 +45,12 @@ Variant ahtGetToken(const Variant& value, const std::string& delimiter, int16_t 
     ShowError(Variant("Error in ahtGetToken: " + e.description()));
     return Variant::Null();
   }
+}
+
+std::unique_ptr<PrinterProfile> MakePrinterProfile() {
+  const char* file = std::getenv("QOR_PRINTER_PROFILE");
+  if (file && *file) return MakeFilePrinterProfile(file);
+  return MakeCupsPrinterProfile();
 }
 
 std::optional<int> ChooseFromList(const std::vector<std::string>& items,

@@ -3,9 +3,10 @@
 // printer as "name,driver,port") and section DEVICES (one "name=driver,port"
 // entry per installed printer).
 //
-// Implementations: CUPS (printer_profile_cups.cc), the default; a profile
-// text file named by QOR_PRINTER_PROFILE plugs in through MakePrinterProfile
-// as a second implementation of the same interface.
+// Implementations: CUPS (printer_profile_cups.cc), the default, and a
+// Windows-style profile text file (printer_profile_file.cc), chosen by
+// QOR_PRINTER_PROFILE=<path> for machines without a printing system and for
+// settings that come from Windows.
 
 #ifndef QOR_SHELL_PRINTER_PROFILE_H_
 #define QOR_SHELL_PRINTER_PROFILE_H_
@@ -36,9 +37,17 @@ class PrinterProfile {
 // GetDevicesSection give can be written back.
 std::unique_ptr<PrinterProfile> MakeCupsPrinterProfile();
 
-// The profile for this process: CUPS. The profile-file implementation,
-// chosen by QOR_PRINTER_PROFILE=<path>, joins here with the INI engine it
-// reads and writes with.
+// The profile file `file`, read and written with the INI rules of
+// registry/profile.h: a path, or a bare name in the INI files' profile
+// folder. GetDevice is "" and GetDevicesSection "" (no printers) when the
+// file does not exist or cannot be read; SetDevice makes a missing file,
+// and is false when the file cannot be read or replaced (it is then left
+// as it was). The DEVICES section is read into 2048 characters, as the
+// profile call's buffer holds it; its texts are in the Windows code page.
+std::unique_ptr<PrinterProfile> MakeFilePrinterProfile(const std::string& file);
+
+// The profile for this process, chosen when called: the profile file
+// $QOR_PRINTER_PROFILE when it is set and not empty, else CUPS.
 std::unique_ptr<PrinterProfile> MakePrinterProfile();
 
 }  // namespace qor::shell

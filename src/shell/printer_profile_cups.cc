@@ -41,6 +41,4 @@ class CupsProfile : public PrinterProfile {
 
 std::unique_ptr<PrinterProfile> MakeCupsPrinterProfile() { return std::make_unique<CupsProfile>(); }
 
-std::unique_ptr<PrinterProfile> MakePrinterProfile() { return MakeCupsPrinterProfile(); }
-
 }  // namespace qor::shell

@@ -6,6 +6,7 @@
 #define QOR_TESTING_TEST_UTIL_H_
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -63,6 +64,13 @@ int ErrorNumberOf(Fn&& fn) {
 std::string QorBinary();
 // The shared folder with the test data (QOR_SHARED_DIR).
 std::filesystem::path SharedDir();
+
+// Runs checks as an unprivileged user: in this process when it is one, else
+// in a forked child that has switched to user nobody (root is not held to
+// permission bits). Returns what checks returns (e.g. a bit per failed
+// expectation, since a child's gtest failures are lost), 255 when the child
+// cannot switch, 254 when it does not exit normally.
+int RunUnprivileged(const std::function<int()>& checks);
 
 // Runs a program with the given standard input, returning its exit status
 // and standard output.

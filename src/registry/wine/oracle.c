@@ -80,6 +80,15 @@ int main(int argc, char** argv) {
       printf(" %lu", GetPrivateProfileStringA(la < 0 ? NULL : a, lb < 0 ? NULL : b,
                                               lc < 0 ? NULL : c, buf, size, full));
       Hex(buf, size);
+    } else if (!strcmp(op, "S")) { /* section size file */
+      int size;
+      Field(&p, a);
+      size = (int)strtol(p, &p, 10);
+      Field(&p, d);
+      File(d, full);
+      memset(buf, '#', size + 1);
+      printf(" %lu", GetPrivateProfileSectionA(a, buf, size, full));
+      Hex(buf, size);
     } else if (!strcmp(op, "W")) { /* section key value file */
       la = Field(&p, a);
       lb = Field(&p, b);
