@@ -1,4 +1,4 @@
-// Desktop entries (the freedesktop.org "Desktop Entry Specification"): the
+// Desktop entries (the freedesktop.org desktop entry format): the
 // files that register an application with the desktop, and the command line
 // their Exec key gives for a document.
 
