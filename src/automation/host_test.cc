@@ -9,19 +9,9 @@
 namespace qor::automation {
 namespace {
 
-std::vector<Json> Replies(const std::string& out) {
-  std::vector<Json> replies;
-  std::istringstream lines(out);
-  std::string line;
-  while (std::getline(lines, line)) replies.push_back(Json::parse(line));
-  return replies;
-}
-
 // The host as a client sees it: qor automation in a child process.
 std::vector<Json> RunHost(const std::string& script) {
-  testing::RunResult run = testing::RunProgram({testing::QorBinary(), "automation"}, script);
-  EXPECT_EQ(run.status, 0) << run.err;
-  return Replies(run.out);
+  return testing::RunAutomation<Json>(script);
 }
 
 TEST(AutomationHost, CreateSetGetAndCall) {

@@ -16,12 +16,7 @@ using Json = nlohmann::json;
 std::vector<Json> RunHost(const std::vector<std::string>& lines) {
   std::string script;
   for (const std::string& line : lines) script += line + "\n";
-  testing::RunResult run = testing::RunProgram({testing::QorBinary(), "automation"}, script);
-  EXPECT_EQ(run.status, 0) << run.err;
-  std::vector<Json> replies;
-  std::istringstream out(run.out);
-  std::string line;
-  while (std::getline(out, line)) replies.push_back(Json::parse(line));
+  std::vector<Json> replies = testing::RunAutomation<Json>(script);
   EXPECT_EQ(replies.size(), lines.size());
   return replies;
 }

@@ -17,13 +17,8 @@ using automation::Json;
 std::vector<Json> RunHost(const std::vector<Json>& requests) {
   std::string script;
   for (const Json& r : requests) script += r.dump() + "\n";
-  testing::RunResult run = testing::RunProgram({testing::QorBinary(), "automation"}, script);
-  EXPECT_EQ(run.status, 0) << run.err;
-  std::vector<Json> replies;
-  std::istringstream lines(run.out);
-  std::string line;
-  while (std::getline(lines, line)) replies.push_back(Json::parse(line));
-  EXPECT_EQ(replies.size(), requests.size()) << run.out;
+  std::vector<Json> replies = testing::RunAutomation<Json>(script);
+  EXPECT_EQ(replies.size(), requests.size());
   replies.resize(requests.size());
   return replies;
 }

@@ -25,14 +25,7 @@ using Json = nlohmann::json;
 using Tool = RegistryFixture;
 
 std::vector<Json> Host(const std::string& script) {
-  qor::testing::RunResult run =
-      qor::testing::RunProgram({qor::testing::QorBinary(), "automation"}, script);
-  EXPECT_EQ(run.status, 0) << run.err;
-  std::vector<Json> replies;
-  std::istringstream lines(run.out);
-  std::string line;
-  while (std::getline(lines, line)) replies.push_back(Json::parse(line));
-  return replies;
+  return qor::testing::RunAutomation<Json>(script);
 }
 
 TEST_F(Tool, AutomationHostCallsTheRegistryClass) {

@@ -5,6 +5,8 @@
 #ifndef QOR_TESTING_TEST_UTIL_H_
 #define QOR_TESTING_TEST_UTIL_H_
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -80,6 +82,23 @@ struct RunResult {
   std::string err;
 };
 RunResult RunProgram(const std::vector<std::string>& argv, const std::string& input);
+
+// Runs `qor automation` on a script (JSON lines) and parses each reply line
+// as JsonT (nlohmann::json or ordered_json); expects the program to exit 0.
+template <typename JsonT>
+std::vector<JsonT> RunAutomation(const std::string& script) {
+  RunResult run = RunProgram({QorBinary(), "automation"}, script);
+  EXPECT_EQ(run.status, 0) << run.err;
+  std::vector<JsonT> replies;
+  size_t start = 0;
+  while (start < run.out.size()) {
+    size_t end = run.out.find('\n', start);
+    if (end == std::string::npos) end = run.out.size();
+    replies.push_back(JsonT::parse(run.out.substr(start, end - start)));
+    start = end + 1;
+  }
+  return replies;
+}
 
 }  // namespace qor::testing
 

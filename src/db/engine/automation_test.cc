@@ -12,13 +12,7 @@ namespace {
 using Json = nlohmann::json;
 
 std::vector<Json> RunHost(const std::string& script) {
-  testing::RunResult run = testing::RunProgram({testing::QorBinary(), "automation"}, script);
-  EXPECT_EQ(run.status, 0) << run.err;
-  std::vector<Json> replies;
-  std::istringstream lines(run.out);
-  std::string line;
-  while (std::getline(lines, line)) replies.push_back(Json::parse(line));
-  return replies;
+  return testing::RunAutomation<Json>(script);
 }
 
 Json Obj(int handle) { return Json{{"$", "Object"}, {"v", handle}}; }
