@@ -1,9 +1,19 @@
-// Late-bound registration of qorDb and qorPickList.
+// Late-bound registration of qorDb. Its members are registered by topic, each
+// group beside the others on the same class (qorPickList is registered with
+// the dialogs).
+
+#include "automation/register_db.h"
 
 #include "automation/dispatch.h"
+#include "db/qor_db.h"
 
 namespace qor::automation {
 
-void RegisterDbClasses(Registry& /*registry*/) {}
+void RegisterDbClasses(Registry& registry) {
+  ClassBuilder<qorDb> b(registry, "qorDb");
+  RegisterDbSchema(b);
+  RegisterDbOperations(b);
+  RegisterDbOdbc(b);
+}
 
 }  // namespace qor::automation

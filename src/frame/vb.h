@@ -50,6 +50,9 @@ double Val(std::string_view text);
 // ---- Conversions -------------------------------------------------------------
 
 std::string CStr(const Variant& v);
+// The text the & operator joins for a value: "" for Null (and Empty), else
+// CStr. Objects and arrays raise 13, as with &.
+std::string ConcatText(const Variant& v);
 double CDbl(const Variant& v);
 float CSng(const Variant& v);
 int32_t CLng(const Variant& v);

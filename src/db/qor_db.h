@@ -1,0 +1,171 @@
+// qorDb: the database toolkit an application calls for its schema and data
+// chores on the engine's databases (db/engine/engine.h).
+//
+// Each qorDb owns a qorProcs, made with it and released with it, for its
+// path and date procedures. Every database, table definition and recordset
+// handed in stays the caller's; what an operation opens itself it closes
+// before it returns, on the success path and on the error path.
+//
+// Reporting follows frame/report.h: an operation with a Verbose argument
+// shows its reports only when Verbose is True, and no error leaves a public
+// operation, except the three existence checks, which pass the engine's
+// error (3265 for a missing table) on to the caller. Work stops at the
+// first failure and nothing done before it is undone.
+//
+// Names of tables, fields, indexes and properties are matched with
+// TrimUpper on both sides wherever an operation walks a collection.
+//
+// The members are grouped by topic; each group lives in the file named in
+// its heading.
+#ifndef QOR_DB_QOR_DB_H_
+#define QOR_DB_QOR_DB_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "db/engine/engine.h"
+#include "frame/variant.h"
+#include "procs/procs.h"
+
+namespace qor {
+
+class qorDb : public Object {
+ public:
+  qorDb();
+  ~qorDb() override;
+  std::string_view ClassName() const override { return "qorDb"; }
+
+  // The general procedures this object owns.
+  qorProcs& Procs() { return *procs_; }
+
+  // ---- Schema objects (schema_objects.cc) -----------------------------------
+
+  // Whether pDb holds a table (system tables included) of that name. Never
+  // reports; engine errors pass to the caller.
+  bool CheckTableExists(dao::Database& pDb, const Variant& pTableName, bool Verbose = false);
+  // Whether the table has a field of that name; a missing table raises the
+  // engine's 3265.
+  bool CheckFieldExists(dao::Database& pDb, const Variant& pTableName, const Variant& pFieldName,
+                        bool Verbose = false);
+  // Whether the table has an index of that name; a missing table raises 3265.
+  bool CheckIndexExists(dao::Database& pDb, const Variant& pTableName, const Variant& pIndexName,
+                        bool Verbose = false);
+  // A new table with one Text field of pFirstFieldLen; with PFirstFieldIsKey
+  // a primary, unique index named like the field. pDeleteExisting first
+  // deletes a table of that name, any error ignored.
+  bool CreateTable(dao::Database& pDb, const std::string& pTableName,
+                   const std::string& pFirstFieldName, int16_t pFirstFieldLen,
+                   bool PFirstFieldIsKey = false, bool pDeleteExisting = false,
+                   bool Verbose = false);
+  // Appends a field of type pFieldType (999: a Long counter); a length of 0
+  // leaves the size to the engine.
+  bool CreateField(dao::Database& pDb, const Variant& pTableName, const Variant& pFieldName,
+                   const Variant& pFieldType, int16_t pFieldLen = 0, bool Verbose = false);
+  // Appends an index over pField1 and each non-blank of pField2..pField5.
+  bool CreateIndex(dao::Database& pDb, const Variant& pTableName, const Variant& pIndexName,
+                   const Variant& pField1, const Variant& pField2, const Variant& pField3,
+                   const Variant& pField4, const Variant& pField5, bool pPrimaryFlag,
+                   bool pUniqueFlag, bool pIgnoreNullsFlag, bool pDescendingFlag,
+                   const Variant& Verbose);
+  // Deletes the field; with pDeleteAnyIndexes first every index holding it.
+  bool DeleteField(dao::Database& pDb, const Variant& pTableName, const Variant& pFieldName,
+                   bool pDeleteAnyIndexes = false, bool Verbose = false);
+  bool DeleteIndex(dao::Database& pDb, const Variant& pTableName, const Variant& pIndexName,
+                   bool Verbose = false);
+  // A missing table is never reported.
+  void DeleteTableDef(dao::Database& pDb, const Variant& pTdName, bool Verbose = false);
+  // A missing query is reported like any other error.
+  void DeleteQueryDef(dao::Database& pDb, const Variant& pQdName, bool Verbose = false);
+  // Stores the query, replacing one of that name.
+  bool QueryDefCreate(dao::Database& pDb, const Variant& pQdName, const Variant& pQuerySQL,
+                      bool Verbose = false);
+  // Sets the SQL of an existing query; the result is a Boolean variant.
+  Variant QueryDefModify(dao::Database& pDb, const Variant& pQdefName, const Variant& pQdefSQL,
+                         bool Verbose = false);
+
+  // ---- Structure table (structure_table.cc) ----------------------------------
+
+  bool DumpTableStructureToTable(dao::Database& pDb, dao::TableDef& pTdf,
+                                 const Variant& pDumpTblName = Variant::Missing(),
+                                 bool pDeleteOld = false, bool pDumpData = false,
+                                 bool Verbose = false);
+  bool DumpAllTableStructuresToTable(dao::Database& pDb,
+                                     const Variant& pDumpTblName = Variant::Missing(),
+                                     bool Verbose = false);
+  bool DumpTablesStructure(const Variant& PToDbPath,
+                           const Variant& pFromDbPath = Variant::Missing(), bool Verbose = false);
+  std::string FieldTypeString(const Variant& pFldType);
+
+  // ---- Schema update (schema_update.cc) --------------------------------------
+
+  // Always Empty; the outcome is told by messages.
+  Variant UpdateTables(dao::Database& pDb, const Variant& pUpdateTableName, bool Verbose);
+
+  // ---- ODBC schema generation (odbc_schema.cc) -------------------------------
+
+  bool OpenConnectionODBC(int16_t pODBCsrc, std::shared_ptr<dao::Database>& pODBCdb,
+                          const Variant& pDsn = Variant::Missing(),
+                          const Variant& pUser = Variant::Missing(),
+                          const Variant& pPasswd = Variant::Missing(), bool Verbose = false);
+  bool ExecuteODBC(dao::Database& pDb, const std::string& pSQL, bool pIgnoreErrors = false,
+                   bool Verbose = false);
+  bool CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const Variant& pDsn,
+                        const std::string& pUsr, const std::string& pPwd,
+                        const Variant& pStrucTblName = Variant::Missing(), bool Verbose = false);
+
+  // ---- Field data, lock retry, temporary database (field_data.cc) ------------
+
+  bool FieldDataReadWriteDb(Variant& pFieldData, dao::Database& pDataBase,
+                            const std::string& pTableName, const std::string& pKeyName,
+                            const Variant& pKeyVal, const std::string& pFieldName,
+                            bool pWriteFlag = false, bool Verbose = false);
+  bool FieldDataReadWrite(Variant& pFieldData, const std::string& pDatabasePath,
+                          const std::string& pTableName, const std::string& pKeyName,
+                          const Variant& pKeyVal, const std::string& pFieldName,
+                          bool pWriteFlag = false, bool Verbose = false);
+  // True: the wait is done, retry now; False: give up.
+  bool RetryLock(Variant& pRtlCount, bool pRtlAsk = false);
+  bool CreateTempDatabase(std::shared_ptr<dao::Database>& pDb, std::string& PDbPath,
+                          bool Verbose = false);
+
+  // ---- Cloning (clone.cc) ------------------------------------------------------
+
+  bool CloneDb(const Variant& pSrcPath, const Variant& pDestPath, bool pFailIfExists = false,
+               bool Verbose = false);
+  bool CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao::Database& pDestDb,
+                  bool pCopyData, const std::string& pDestTableName = "",
+                  bool pFailIfExists = false, bool Verbose = false);
+  bool CloneField(const std::string& pFieldName, dao::TableDef& pSrcTbl, dao::TableDef& pDestTbl,
+                  bool pFailIfExists = false, bool Verbose = false);
+  bool CloneIndex(const Variant& pIndexName, dao::TableDef& pSrcTbl, dao::TableDef& pDestTbl,
+                  bool pFailIfExists = false, bool Verbose = false);
+
+  // ---- Database open, create and table copy (database_files.cc) --------------
+
+  bool OpenDatabase(std::shared_ptr<dao::Database>& pDb,
+                    const Variant& PDbPath = Variant::Missing(), bool Verbose = false);
+  bool CreateDatabase(std::shared_ptr<dao::Database>& pNewDb, const Variant& PDbPath,
+                      bool pDeleteOld = false, bool Verbose = false);
+  bool CloneTableDbPath(const Variant& pTableName, const Variant& pSrcDbPath,
+                        const Variant& PDestDbPath, bool pFailIfExists = false,
+                        bool Verbose = false);
+  bool CopyTable(const std::string& pSrcDbPath, std::string& PDestDbPath,
+                 const std::string& pSrcTable = "", const std::string& PDestTable = "",
+                 bool pStructOnly = false, int32_t pAttribAndMask = 0, int32_t pAttribOrMask = 0,
+                 bool Verbose = false);
+
+  // ---- Record copy (record_copy.cc) --------------------------------------------
+
+  bool CopyRecord(dao::Recordset& pSrcSet, dao::Recordset& pDestSet, const std::string& pKeyField,
+                  const Variant& pKeyVal, bool pDestMustExist = false,
+                  bool pDestMustNOTexist = false, bool Verbose = false);
+
+ private:
+  std::unique_ptr<qorProcs> procs_;
+};
+
+}  // namespace qor
+
+#endif  // QOR_DB_QOR_DB_H_
