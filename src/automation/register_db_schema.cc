@@ -78,8 +78,41 @@ void RegisterSchemaObjects(ClassBuilder<qorDb>& b) {
               });
 }
 
+void RegisterStructureTable(ClassBuilder<qorDb>& b) {
+  b.Method(
+       "DumpTableStructureToTable",
+       {Db(), Ref("pTdf", V::kObject), Opt("pDumpTblName", V::kString, Variant("")),
+        Opt("pDeleteOld", V::kBoolean, Variant(false)),
+        Opt("pDumpData", V::kBoolean, Variant(false)), Verbose()},
+       [](qorDb& d, Args& a) {
+         return Variant(d.DumpTableStructureToTable(*a.Obj<Database>(0), *a.Obj<dao::TableDef>(1),
+                                                    a[2], a.Bool(3), a.Bool(4), a.Bool(5)));
+       })
+      .Method(
+          "DumpAllTableStructuresToTable",
+          {Db(), Opt("pDumpTblName", V::kString, Variant("")), Verbose()},
+          [](qorDb& d, Args& a) {
+            return Variant(d.DumpAllTableStructuresToTable(*a.Obj<Database>(0), a[1], a.Bool(2)));
+          })
+      .Method(
+          "DumpTablesStructure",
+          {Req("PToDbPath"), Opt("pFromDbPath", V::kString, Variant("")), Verbose()},
+          [](qorDb& d, Args& a) { return Variant(d.DumpTablesStructure(a[0], a[1], a.Bool(2))); })
+      .Method("FieldTypeString", {Req("pFldType")},
+              [](qorDb& d, Args& a) { return Variant(d.FieldTypeString(a[0])); });
+}
+
+void RegisterSchemaUpdate(ClassBuilder<qorDb>& b) {
+  b.Method("UpdateTables", {Db(), Req("pUpdateTableName"), Req("Verbose", V::kBoolean)},
+           [](qorDb& d, Args& a) { return d.UpdateTables(*a.Obj<Database>(0), a[1], a.Bool(2)); });
+}
+
 }  // namespace
 
-void RegisterDbSchema(ClassBuilder<qorDb>& b) { RegisterSchemaObjects(b); }
+void RegisterDbSchema(ClassBuilder<qorDb>& b) {
+  RegisterSchemaObjects(b);
+  RegisterStructureTable(b);
+  RegisterSchemaUpdate(b);
+}
 
 }  // namespace qor::automation

@@ -127,6 +127,25 @@ const std::vector<Command>& Commands() {
        "A FILE without a folder lives in $QOR_INI_DIR, else\n"
        "$XDG_CONFIG_HOME/qorSupport.\n",
        &RunIni},
+      {"schema", "list a database's tables, write its structure table, apply an action table",
+       "usage: qor schema list DATABASE\n"
+       "       qor schema dump DATABASE [TABLE]\n"
+       "       qor schema update DATABASE ACTIONTABLE [--verbose]\n"
+       "\n"
+       "list prints every table of DATABASE but the engine's own (MSys...): a line\n"
+       "with its record count, then a line per field with its type and size (the\n"
+       "qorDb.DumpTablesStructure listing).\n"
+       "dump rebuilds the structure table TABLE (default TableStructure) in DATABASE\n"
+       "from the tables whose Description holds TEMPLATE (any case) and prints its\n"
+       "row count (qorDb.DumpAllTableStructuresToTable).\n"
+       "update applies the rows of ACTIONTABLE, a table in DATABASE (columns\n"
+       "TableName, Action NF/DF/NI/DI, fieldname, fieldtype, fieldlen, indexname,\n"
+       "Field1..Field5, Primary, uniqueflag, Ignore, descflag, indexdname), in stored\n"
+       "order until the first row that fails (qorDb.UpdateTables); --verbose adds\n"
+       "the failing operation's own report.\n"
+       "Reports are message boxes: standard error without a display. Exit status 0\n"
+       "on success, 1 when the work failed, 2 for wrong arguments.\n",
+       &RunSchema},
   };
   return commands;
 }
