@@ -19,14 +19,7 @@ TEST(SchemaAutomation, ScriptDumpsListsAndUpdates) {
   std::string path = dir.File("shop.MDB");
   std::string listing = dir.File("listing.MDB");
   auto db = testing::CreateShopDatabase(path);
-  testing::AddActionTable(*db, "Upgrade",
-                          {{{"TableName", Variant("Orders")},
-                            {"Action", Variant("nf")},
-                            {"fieldname", Variant("Ref")},
-                            {"fieldtype", Variant("te")},
-                            {"fieldlen", Int16(12)}}});
-  testing::AddActionTable(*db, "Broken",
-                          {{{"TableName", Variant("Invoices")}, {"Action", Variant("NF")}}});
+  testing::AddSampleActionTables(*db);
   db->Close();
 
   // Handles count up from 1 for each new object.

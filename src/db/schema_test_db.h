@@ -147,6 +147,22 @@ inline void AddActionTable(dao::Database& db, const std::string& name,
   }
 }
 
+// Two action tables for the shop database: Upgrade (a text field Ref of 12
+// for Orders, written in lower case as "nf" and "te"; Customers loses Notes)
+// and Broken (a row for the missing table Invoices).
+inline void AddSampleActionTables(dao::Database& db) {
+  AddActionTable(db, "Upgrade",
+                 {{{"TableName", Variant("Orders")},
+                   {"Action", Variant("nf")},
+                   {"fieldname", Variant("Ref")},
+                   {"fieldtype", Variant("te")},
+                   {"fieldlen", Int16(12)}},
+                  {{"TableName", Variant("Customers")},
+                   {"Action", Variant("DF")},
+                   {"fieldname", Variant("Notes")}}});
+  AddActionTable(db, "Broken", {{{"TableName", Variant("Invoices")}, {"Action", Variant("NF")}}});
+}
+
 }  // namespace qor::testing
 
 #endif  // QOR_DB_SCHEMA_TEST_DB_H_

@@ -20,17 +20,7 @@ class SchemaCommand : public ::testing::Test {
   void SetUp() override {
     path_ = dir_.File("shop.MDB");
     auto db = testing::CreateShopDatabase(path_);
-    testing::AddActionTable(*db, "Upgrade",
-                            {{{"TableName", Variant("Orders")},
-                              {"Action", Variant("NF")},
-                              {"fieldname", Variant("Ref")},
-                              {"fieldtype", Variant("TE")},
-                              {"fieldlen", Int16(12)}},
-                             {{"TableName", Variant("Customers")},
-                              {"Action", Variant("DF")},
-                              {"fieldname", Variant("Notes")}}});
-    testing::AddActionTable(*db, "Broken",
-                            {{{"TableName", Variant("Invoices")}, {"Action", Variant("NF")}}});
+    testing::AddSampleActionTables(*db);
     db->Close();
   }
 
