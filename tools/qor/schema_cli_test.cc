@@ -59,6 +59,15 @@ TEST_F(SchemaCommand, DumpWritesTheStructureTableOfTheTemplates) {
   EXPECT_EQ(db->GetTableDefs()->Item("TableStructure")->RecordCount(), 11);
   EXPECT_EQ(db->GetTableDefs()->Item("Layout")->GetFields()->Count(), 20);
   db->Close();
+
+  // Without template tables there is nothing to write, and that is no fault.
+  std::string plain = dir_.File("plain.MDB");
+  auto other = dao::DBEngine::Get()->CreateDatabase(plain, dao::kLangGeneral);
+  testing::AddTable(*other, "Plain", {{"X", dao::kLong}});
+  other->Close();
+  r = Qor({"dump", plain});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "TableStructure: no template tables, nothing written\n");
 }
 
 TEST_F(SchemaCommand, UpdateAppliesTheActionTableAndTellsFailures) {
