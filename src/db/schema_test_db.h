@@ -14,8 +14,8 @@
 
 namespace qor::testing {
 
-struct FieldSpec {
-  FieldSpec(std::string name, int type, int32_t size = 0, bool required = false,
+struct FieldPlan {
+  FieldPlan(std::string name, int type, int32_t size = 0, bool required = false,
             bool allow_zero_length = false, std::string default_value = "", bool counter = false)
       : name(std::move(name)),
         type(type),
@@ -34,7 +34,7 @@ struct FieldSpec {
   bool counter = false;
 };
 
-struct IndexSpec {
+struct IndexPlan {
   std::string name;
   std::vector<std::string> fields;
   bool primary = false;
@@ -45,28 +45,28 @@ struct IndexSpec {
 // A stored table with those fields and indexes; a non-empty description
 // becomes its Description property.
 inline std::shared_ptr<dao::TableDef> AddTable(dao::Database& db, const std::string& name,
-                                               const std::vector<FieldSpec>& fields,
-                                               const std::vector<IndexSpec>& indexes = {},
+                                               const std::vector<FieldPlan>& fields,
+                                               const std::vector<IndexPlan>& indexes = {},
                                                const std::string& description = "") {
   auto table = db.CreateTableDef(Variant(name));
-  for (const FieldSpec& spec : fields) {
-    auto field = spec.size ? table->CreateField(spec.name, Long(spec.type), Long(spec.size))
-                           : table->CreateField(spec.name, Long(spec.type));
-    field->SetRequired(spec.required);
-    if (dao::IsTextType(spec.type)) field->SetAllowZeroLength(spec.allow_zero_length);
-    if (!spec.default_value.empty()) field->SetDefaultValue(spec.default_value);
-    if (spec.counter) field->SetAttributes(field->Attributes() | dao::kAutoIncrField);
+  for (const FieldPlan& plan : fields) {
+    auto field = plan.size ? table->CreateField(plan.name, Long(plan.type), Long(plan.size))
+                           : table->CreateField(plan.name, Long(plan.type));
+    field->SetRequired(plan.required);
+    if (dao::IsTextType(plan.type)) field->SetAllowZeroLength(plan.allow_zero_length);
+    if (!plan.default_value.empty()) field->SetDefaultValue(plan.default_value);
+    if (plan.counter) field->SetAttributes(field->Attributes() | dao::kAutoIncrField);
     table->GetFields()->Append(field);
   }
-  for (const IndexSpec& spec : indexes) {
-    auto index = table->CreateIndex(Variant(spec.name));
-    for (const std::string& field_name : spec.fields) {
+  for (const IndexPlan& plan : indexes) {
+    auto index = table->CreateIndex(Variant(plan.name));
+    for (const std::string& field_name : plan.fields) {
       auto field = index->CreateField(Variant(field_name));
-      if (spec.descending) field->SetAttributes(dao::kDescending);
+      if (plan.descending) field->SetAttributes(dao::kDescending);
       index->GetFields()->Append(field);
     }
-    index->SetPrimary(spec.primary);
-    index->SetUnique(spec.unique);
+    index->SetPrimary(plan.primary);
+    index->SetUnique(plan.unique);
     table->GetIndexes()->Append(index);
   }
   db.GetTableDefs()->Append(table);
@@ -130,7 +130,7 @@ inline std::shared_ptr<dao::Database> CreateShopDatabase(const std::string& path
 inline void AddActionTable(dao::Database& db, const std::string& name,
                            const std::vector<std::vector<std::pair<std::string, Variant>>>& rows,
                            bool with_indexdname = true) {
-  std::vector<FieldSpec> columns = {
+  std::vector<FieldPlan> columns = {
       {"TableName", dao::kText, 40}, {"Action", dao::kText, 5},   {"fieldname", dao::kText, 40},
       {"fieldtype", dao::kText, 5},  {"fieldlen", dao::kInteger}, {"indexname", dao::kText, 40},
       {"Field1", dao::kText, 40},    {"Field2", dao::kText, 40},  {"Field3", dao::kText, 40},

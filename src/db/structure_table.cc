@@ -25,7 +25,7 @@ constexpr int kMaxIndexFields = 5;
 constexpr int32_t kRequiredFlag = 1;
 constexpr int32_t kZeroLengthFlag = 2;
 
-struct ColumnSpec {
+struct ColumnPlan {
   const char* name;
   int type;
   int16_t size;  // 0: the engine's size for the type
@@ -33,7 +33,7 @@ struct ColumnSpec {
 
 // The structure table's columns after the first (TableName, Text 40), in
 // their order.
-constexpr ColumnSpec kStructureColumns[] = {
+constexpr ColumnPlan kStructureColumns[] = {
     {"ObjType", dao::kText, 10},    {"ObjName", dao::kText, 40},
     {"ObjDataType", dao::kLong, 0}, {"ObjLen", dao::kInteger, 0},
     {"ObjAttr", dao::kLong, 0},     {"ObjDefaultValue", dao::kText, 50},
@@ -48,7 +48,7 @@ constexpr ColumnSpec kStructureColumns[] = {
 static_assert(std::size(kStructureColumns) == 19);
 
 // The listing's columns after the first (TblName, Text 50).
-constexpr ColumnSpec kListingColumns[] = {
+constexpr ColumnPlan kListingColumns[] = {
     {"FldName", dao::kText, 50}, {"FldType", dao::kText, 50}, {"FldSize", dao::kLong, 0}};
 
 // The names of the type codes, in the order they are looked at.
@@ -100,7 +100,7 @@ bool qorDb::CreateStructureTable(dao::Database& pDb, const std::string& pTableNa
       reporter.Fail("qorCreateTable error");
       return false;
     }
-    for (const ColumnSpec& column : kStructureColumns) {
+    for (const ColumnPlan& column : kStructureColumns) {
       // A failed CreateField reports by itself.
       if (!CreateField(pDb, Variant(pTableName), Variant(column.name),
                        Variant(int32_t{column.type}), column.size, Verbose)) {
@@ -205,7 +205,7 @@ bool qorDb::DumpTablesStructure(const Variant& PToDbPath, const Variant& pFromDb
     source = engine->OpenDatabase(pFromDbPath.IsMissing() ? "" : vb::CStr(pFromDbPath));
     listing = engine->CreateDatabase(vb::CStr(PToDbPath), dao::kLangGeneral);
     bool created = CreateTable(*listing, kListingTable, "TblName", 50, false, false, false);
-    for (const ColumnSpec& column : kListingColumns) {
+    for (const ColumnPlan& column : kListingColumns) {
       created = created && CreateField(*listing, Variant(kListingTable), Variant(column.name),
                                        Variant(int32_t{column.type}), column.size, false);
     }
