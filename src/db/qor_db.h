@@ -21,9 +21,11 @@
 #define QOR_DB_QOR_DB_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "db/engine/engine.h"
 #include "frame/variant.h"
@@ -132,8 +134,18 @@ class qorDb : public Object {
 
   // ---- Cloning (clone.cc) ------------------------------------------------------
 
+  // CloneDb passes its arguments on to CloneTable as it always has: each
+  // user table goes to the name True or False (the text of Verbose), with
+  // its data only when pFailIfExists is True. Only the first user table can
+  // therefore arrive; the second fails on the name that exists.
   bool CloneDb(const Variant& pSrcPath, const Variant& pDestPath, bool pFailIfExists = false,
                bool Verbose = false);
+  // pFailIfExists tests the destination for pTableName, also when
+  // pDestTableName names the copy otherwise. Nothing reaches pDestDb before
+  // every field and index is built; a failure while copying data leaves
+  // the table and the rows copied so far. The display properties (Format,
+  // InputMask, DecimalPlaces, NewValues, Caption) follow each field; a
+  // failure to copy one is always reported.
   bool CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao::Database& pDestDb,
                   bool pCopyData, const std::string& pDestTableName = "",
                   bool pFailIfExists = false, bool Verbose = false);
@@ -141,6 +153,12 @@ class qorDb : public Object {
                   bool pFailIfExists = false, bool Verbose = false);
   bool CloneIndex(const Variant& pIndexName, dao::TableDef& pSrcTbl, dao::TableDef& pDestTbl,
                   bool pFailIfExists = false, bool Verbose = false);
+
+  // Told while CloneTable copies rows: the destination table and the rows
+  // copied so far, every 1000 rows and once when the copy ends. For programs
+  // that show progress; none by default.
+  using CopyProgress = std::function<void(const std::string& table, int64_t rows)>;
+  void SetCopyProgress(CopyProgress progress) { copy_progress_ = std::move(progress); }
 
   // ---- Database open, create and table copy (database_files.cc) --------------
 
@@ -164,6 +182,7 @@ class qorDb : public Object {
 
  private:
   std::unique_ptr<qorProcs> procs_;
+  CopyProgress copy_progress_;
 };
 
 }  // namespace qor
