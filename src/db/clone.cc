@@ -7,6 +7,7 @@
 #include "db/names.h"
 #include "db/qor_db.h"
 #include "db/schema_copy.h"
+#include "frame/error.h"
 #include "frame/globals.h"
 #include "frame/report.h"
 #include "frame/vb.h"
@@ -20,6 +21,54 @@ constexpr std::array<const char*, 5> kDisplayProperties = {"Format", "InputMask"
 
 // How often CloneTable tells its progress while copying rows.
 constexpr int64_t kProgressRows = 1000;
+
+// The destination's writes while CloneTable copies rows, grouped into
+// transactions of kBatchRows on the destination's connection, as Jet groups
+// a recordset's writes in implicit transactions. A batch is always
+// committed, never rolled back, also when the copy fails, so the rows copied
+// so far stay. When the caller has a transaction open, the rows join it.
+class RowBatches {
+ public:
+  explicit RowBatches(dao::Database& db) : backend_(db.backend()) { Begin(); }
+  ~RowBatches() {
+    try {
+      Finish();
+    } catch (...) {
+      // The copy failed already; its error is the one reported.
+    }
+  }
+  RowBatches(const RowBatches&) = delete;
+  RowBatches& operator=(const RowBatches&) = delete;
+
+  void RowWritten() {
+    if (open_ && ++rows_ % kBatchRows == 0) {
+      Finish();
+      Begin();
+    }
+  }
+  // Commits the open batch; a failure to commit raises.
+  void Finish() {
+    if (!open_) return;
+    open_ = false;
+    backend_.CommitTrans();
+  }
+
+ private:
+  static constexpr int64_t kBatchRows = 1000;
+
+  void Begin() {
+    try {
+      backend_.BeginTrans();
+      open_ = true;
+    } catch (const Error&) {
+      open_ = false;  // the caller's transaction holds the rows
+    }
+  }
+
+  dao::Backend& backend_;
+  bool open_ = false;
+  int64_t rows_ = 0;
+};
 
 // Copies the property called name from source to dest. A property the
 // source lacks is reported (whatever verbose says) only with
@@ -141,6 +190,7 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
     std::vector<std::shared_ptr<dao::Field>> values = source_rows->GetFields()->items();
     auto dest_fields = dest_rows->GetFields();
     int64_t copied = 0;
+    RowBatches batches(pDestDb);
     while (!source_rows->Eof()) {
       dest_rows->AddNew();
       // Every field is copied, counters too: the test of the auto-increment
@@ -148,9 +198,11 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
       for (const auto& value : values)
         dest_fields->Item(Variant(value->Name()))->SetValue(value->Value());
       dest_rows->Update();
+      batches.RowWritten();
       if (++copied % kProgressRows == 0 && copy_progress_) copy_progress_(dest_name, copied);
       source_rows->MoveNext();
     }
+    batches.Finish();
     if (copy_progress_) copy_progress_(dest_name, copied);
     return true;
   });

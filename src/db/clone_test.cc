@@ -106,6 +106,18 @@ TEST_F(CloneTest, EmptySourceWithDataCopiesTheStructure) {
   EXPECT_EQ(DestTable("Empty")->RecordCount(), 0);
 }
 
+TEST_F(CloneTest, AFailedRowLeavesTheTableAndTheRowsBeforeIt) {
+  // A rule made after the rows: the last one breaks it in the copy.
+  src_->GetTableDefs()->Item("Order Items")->SetValidationRule("[Price] < 3");
+  EXPECT_FALSE(db_.CloneTable("Order Items", *src_, *dest_, true, "", false, true));
+  auto texts = TakeBoxTexts(ui_);
+  ASSERT_EQ(texts.size(), 1u);
+  EXPECT_EQ(texts[0].rfind("ERROR  3316, CloneTable()", 0), 0u) << texts[0];
+  dest_->Close();
+  dest_ = dao::DBEngine::Get()->OpenDatabase(dest_path_);
+  EXPECT_EQ(DestTable("Order Items")->RecordCount(), 2);
+}
+
 TEST_F(CloneTest, FailIfExistsLooksForTheSourceNameInTheDestination) {
   ASSERT_TRUE(db_.CloneTable("Order Items", *src_, *dest_, false));
   EXPECT_FALSE(db_.CloneTable("Order Items", *src_, *dest_, true, "Fresh Name", true, true));
