@@ -168,13 +168,7 @@ class CloneDbTest : public CloneTest {
     CloneTest::SetUp();
     dest_->Close();
     std::filesystem::remove(dest_path_);
-    auto hidden = src_->CreateTableDef("Hidden", Long(dao::kHiddenObject));
-    hidden->GetFields()->Append(hidden->CreateField("X", Long(dao::kLong)));
-    src_->GetTableDefs()->Append(hidden);
-    auto attached = src_->CreateTableDef("Linked", Long(dao::kAttachedTable), "Remote",
-                                         ";DATABASE=/elsewhere/other.mdb");
-    attached->GetFields()->Append(attached->CreateField("Y", Long(dao::kLong)));
-    src_->GetTableDefs()->Append(attached);
+    db::test::AddHiddenAndAttachedTables(*src_);
     src_->Close();
   }
   void OpenDest() { dest_ = dao::DBEngine::Get()->OpenDatabase(dest_path_); }

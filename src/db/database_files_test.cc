@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "db/qor_db.h"
 #include "db/test_databases.h"
 
@@ -13,15 +10,9 @@ namespace qor {
 namespace {
 
 using db::test::AddItemsTable;
+using db::test::FileBytes;
 using db::test::NewDatabase;
 using db::test::TakeBoxTexts;
-
-std::string FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
 
 class DatabaseFilesTest : public ::testing::Test {
  protected:
@@ -128,13 +119,7 @@ class CopyTableTest : public DatabaseFilesTest {
     auto src = NewDatabase(src_path_);
     AddItemsTable(*src);
     AddItemsTable(*src, "Stock", false);
-    auto hidden = src->CreateTableDef("Hidden", Long(dao::kHiddenObject));
-    hidden->GetFields()->Append(hidden->CreateField("X", Long(dao::kLong)));
-    src->GetTableDefs()->Append(hidden);
-    auto linked = src->CreateTableDef("Linked", Long(dao::kAttachedTable), "Remote",
-                                      ";DATABASE=/elsewhere/other.mdb");
-    linked->GetFields()->Append(linked->CreateField("Y", Long(dao::kLong)));
-    src->GetTableDefs()->Append(linked);
+    db::test::AddHiddenAndAttachedTables(*src);
     src->Close();
     NewDatabase(dest_path_)->Close();
     src_bytes_ = FileBytes(src_path_);

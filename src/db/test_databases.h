@@ -5,7 +5,9 @@
 #ifndef QOR_DB_TEST_DATABASES_H_
 #define QOR_DB_TEST_DATABASES_H_
 
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -87,6 +89,26 @@ inline void AddItemsTable(dao::Database& db, const std::string& name = "Order It
   rs->Close();
   db.Execute("UPDATE [" + name +
              "] SET Qty = 30, Price = 3.5, Added = #3/3/2003# WHERE Code = 'C3'");
+}
+
+// Beside the user tables: Hidden (a hidden table) and Linked (an attached
+// table, as a link to another database's table Remote leaves it).
+inline void AddHiddenAndAttachedTables(dao::Database& db) {
+  auto hidden = db.CreateTableDef("Hidden", Long(dao::kHiddenObject));
+  hidden->GetFields()->Append(hidden->CreateField("X", Long(dao::kLong)));
+  db.GetTableDefs()->Append(hidden);
+  auto linked = db.CreateTableDef("Linked", Long(dao::kAttachedTable), "Remote",
+                                  ";DATABASE=/elsewhere/other.mdb");
+  linked->GetFields()->Append(linked->CreateField("Y", Long(dao::kLong)));
+  db.GetTableDefs()->Append(linked);
+}
+
+// A file's bytes, to show that an operation left it as it was.
+inline std::string FileBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
 }
 
 // The texts of the message boxes recorded so far, forgetting them.

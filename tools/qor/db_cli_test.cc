@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "db/engine/engine.h"
 #include "db/test_databases.h"
 #include "testing/test_util.h"
@@ -17,13 +14,6 @@ namespace {
 testing::RunResult Qor(std::vector<std::string> args) {
   args.insert(args.begin(), {"/usr/bin/env", "QOR_UI=headless", testing::QorBinary(), "db"});
   return testing::RunProgram(args, "");
-}
-
-std::string FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
 }
 
 class DbCommandTest : public ::testing::Test {
@@ -38,9 +28,9 @@ class DbCommandTest : public ::testing::Test {
         " INSERT INTO Big (Code, Qty) SELECT printf('K%05d', i), i FROM n",
         Long(dao::kSQLPassThrough));
     db->Close();
-    src_bytes_ = FileBytes(src_);
+    src_bytes_ = db::test::FileBytes(src_);
   }
-  void TearDown() override { EXPECT_EQ(FileBytes(src_), src_bytes_); }
+  void TearDown() override { EXPECT_EQ(db::test::FileBytes(src_), src_bytes_); }
 
   int64_t Rows(const std::string& path, const char* table) {
     return dao::DBEngine::Get()->OpenDatabase(path)->GetTableDefs()->Item(table)->RecordCount();
