@@ -189,6 +189,21 @@ TEST_F(CopyTableTest, AnExistingTableEndsTheCopyKeepingWhatCameBefore) {
   EXPECT_EQ(DestTables(), (std::vector<std::string>{"Order Items", "Stock"}));
 }
 
+TEST_F(CopyTableTest, ADestinationOpenedExclusivelyElsewhere) {
+  testing::ChildProcess other([&](testing::ChildProcess& self) {
+    auto mine = dao::DBEngine::Get()->OpenDatabase(dest_path_, Variant(true));
+    self.Ready();
+    self.AwaitGo();
+  });
+  ASSERT_TRUE(other.AwaitReady());
+  EXPECT_FALSE(db_.CopyTable(src_path_, dest_path_, "Stock"));
+  auto texts = TakeBoxTexts(ui_);
+  ASSERT_EQ(texts.size(), 1u);
+  EXPECT_EQ(texts[0].rfind("ERROR  3045, CopyTable() , , \r\n", 0), 0u) << texts[0];
+  EXPECT_EQ(other.Wait(), 0);
+  EXPECT_TRUE(DestTables().empty());
+}
+
 TEST_F(CopyTableTest, BadPathsAreReportedWhateverVerboseSays) {
   std::string blank;
   EXPECT_FALSE(db_.CopyTable(src_path_, blank));

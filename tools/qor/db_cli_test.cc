@@ -90,6 +90,11 @@ TEST_F(DbCommandTest, BadInput) {
   r = Qor({"clone", src_, dest, "Order Items", "Bad [Name]"});
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("CloneTable()"), std::string::npos) << r.err;
+  // A destination without write permission is opened read-only.
+  std::filesystem::permissions(dest, std::filesystem::perms::owner_read);
+  r = Qor({"clone", src_, dest, "Order Items"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("ERROR  3027, CloneTable()"), std::string::npos) << r.err;
   EXPECT_EQ(Qor({"clone", src_, dest}).status, 2);
   EXPECT_EQ(Qor({"move", src_, dest}).status, 2);
   EXPECT_EQ(Qor({"copy-structure", src_, dest, "--data"}).status, 2);
