@@ -195,8 +195,9 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
       dest_rows->AddNew();
       // Every field is copied, counters too: the test of the auto-increment
       // bit lets each one through.
-      for (const auto& value : values)
+      for (const auto& value : values) {
         dest_fields->Item(Variant(value->Name()))->SetValue(value->Value());
+      }
       dest_rows->Update();
       batches.RowWritten();
       if (++copied % kProgressRows == 0 && copy_progress_) copy_progress_(dest_name, copied);

@@ -96,8 +96,9 @@ bool qorDb::CopyRecord(dao::Recordset& pSrcSet, dao::Recordset& pDestSet,
   }
 
   int key_type = 0;
-  if (!run.Run([&] { key_type = pSrcSet.GetFields()->Item(Variant(pKeyField))->Type(); }))
+  if (!run.Run([&] { key_type = pSrcSet.GetFields()->Item(Variant(pKeyField))->Type(); })) {
     return false;
+  }
   bool found = false;
   if (!run.Run([&] {
         pSrcSet.FindFirst(KeyCriterion(Procs(), pKeyField, key_type, pKeyVal));
