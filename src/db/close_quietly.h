@@ -8,15 +8,17 @@
 
 namespace qor::db {
 
-// Closes object when there is one, ignoring any error.
+// Closes object when there is one, ignoring any error (a recordset that
+// ended with its database, a database closed already), and resets it.
 template <typename T>
-void CloseQuietly(const std::shared_ptr<T>& object) {
+void CloseQuietly(std::shared_ptr<T>& object) {
   if (!object) return;
   try {
     object->Close();
   } catch (...) {
     // Passed over: see above.
   }
+  object.reset();
 }
 
 }  // namespace qor::db
