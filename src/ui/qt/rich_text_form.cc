@@ -9,6 +9,7 @@
 #include <QTextFragment>
 #include <QTextLayout>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "dialogs/rtf/document_io.h"
 #include "frame/globals.h"
@@ -209,7 +210,7 @@ RichTextDialog::RichTextDialog(const RichTextRequest& request, QWidget* parent) 
   toolbar_->addSeparator();
 
   font_name_ = AddList("tbcbFontName", QFontDatabase::families(), true);
-  font_name_->setMinimumContentsLength(16);
+  font_name_->setMinimumContentsLength(14);
   QStringList sizes;
   for (int size = 8; size <= 72; size += 2) sizes << QString::number(size);
   font_size_ = AddList("tbcbFontSize", sizes, true);
@@ -218,6 +219,7 @@ RichTextDialog::RichTextDialog(const RichTextRequest& request, QWidget* parent) 
   for (const FontColour& colour : kFontColours) {
     font_colour_->addItem(Swatch(colour.value), colour.name);
   }
+  font_colour_->setMinimumContentsLength(5);
   font_colour_->setCurrentIndex(0);
 
   auto apply_font_name = [this](const QString& name) {
@@ -273,7 +275,8 @@ RichTextDialog::RichTextDialog(const RichTextRequest& request, QWidget* parent) 
     button->setAutoDefault(false);
     button->setDefault(false);
   }
-  resize(780, 480);
+  // Wide enough for the whole toolbar.
+  resize(std::max(780, toolbar_->sizeHint().width() + 2 * layout->contentsMargins().left()), 480);
 
   connect(editor_, &QTextEdit::cursorPositionChanged, this, [this] { Refresh(); });
   connect(editor_, &QTextEdit::selectionChanged, this, [this] { Refresh(); });
