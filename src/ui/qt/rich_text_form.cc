@@ -107,6 +107,11 @@ struct SelectionAttributes {
     underline = underline && run.underline;
   }
 
+  // Whether more runs can change nothing: every value is mixed already.
+  bool RunsSettled() const {
+    return runs_ > 1 && !font_name && !font_size && !colour && !bold && !italic && !underline;
+  }
+
   void AddParagraph(Qt::Alignment paragraph) {
     if (paragraphs_++ == 0) {
       alignment = paragraph;
@@ -133,7 +138,7 @@ SelectionAttributes AttributesOf(const QTextEdit& editor) {
   for (QTextBlock block = doc.findBlock(start); block.isValid() && block.position() <= end;
        block = block.next()) {
     result.AddParagraph(HorizontalAlignment(block.blockFormat().alignment()));
-    if (start == end) continue;
+    if (start == end || result.RunsSettled()) continue;
     for (auto it = block.begin(); !it.atEnd(); ++it) {
       const QTextFragment fragment = it.fragment();
       if (fragment.position() < end && fragment.position() + fragment.length() > start) {
@@ -362,11 +367,19 @@ void RichTextDialog::Justify(const QString& key, Qt::Alignment alignment) {
 void RichTextDialog::OpenFile() {
   const std::string path = FileRequester().GetFileName("", "Rich Text Files", "*.rtf;*.wrf;*.txt");
   if (IsBlank(Variant(path), true)) return;
+  // The file is read into a document of its own, which then replaces the
+  // box's: the box lays the text out once, not at every insertion.
+  auto* doc = new QTextDocument(editor_);
+  doc->setDefaultFont(editor_->document()->defaultFont());
   std::string error;
-  if (!rtf::LoadDocumentFile(path, editor_->document(), &error)) {
+  if (!rtf::LoadDocumentFile(path, doc, &error)) {
+    delete doc;
     ShowError(Variant(error));
     return;
   }
+  QTextDocument* previous = editor_->document();
+  editor_->setDocument(doc);  // the box deletes its first document itself
+  if (previous->parent() == editor_) delete previous;
   editor_->moveCursor(QTextCursor::Start);
   Refresh();
 }
