@@ -377,9 +377,12 @@ void RichTextDialog::OpenFile() {
     ShowError(Variant(error));
     return;
   }
+  // The box deletes the document it made itself; one swapped in before
+  // belongs to the form.
   QTextDocument* previous = editor_->document();
-  editor_->setDocument(doc);  // the box deletes its first document itself
-  if (previous->parent() == editor_) delete previous;
+  const bool previous_is_ours = previous->parent() == editor_;
+  editor_->setDocument(doc);
+  if (previous_is_ours) delete previous;
   editor_->moveCursor(QTextCursor::Start);
   Refresh();
 }
