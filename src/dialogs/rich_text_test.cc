@@ -1,5 +1,7 @@
-// qorForms.RichTextForm over the scripted backend: what the form is asked
-// with, and what the caller gets back.
+// qorForms.RichTextForm over the scripted backend: what the form opens
+// with when it is given a file. The form itself and the result rules are
+// tested on real widgets (ui/qt/rich_text_form_test.cc) and through qor
+// automation (automation_test.cc).
 
 #include <gtest/gtest.h>
 
@@ -16,32 +18,6 @@ class RichTextFormTest : public ::testing::Test {
   testing::ScriptedUi ui_;
   qorForms forms_;
 };
-
-TEST_F(RichTextFormTest, OkGivesTheEditedRtfAndCancelLeavesTheText) {
-  Variant text("{\\rtf1 start}");
-  ui_->Queue(Variant("{\\rtf1 edited}"));
-  EXPECT_TRUE(forms_.RichTextForm(text, "", true, false, true, "Memo"));
-  EXPECT_EQ(text, Variant("{\\rtf1 edited}"));
-  ui_->Queue(Variant::Null());
-  EXPECT_FALSE(forms_.RichTextForm(text));
-  EXPECT_EQ(text, Variant("{\\rtf1 edited}"));
-  Variant nothing = Variant::Null();  // no answer queued: Cancel
-  EXPECT_FALSE(forms_.RichTextForm(nothing, "", false, false, false, "   "));
-  EXPECT_TRUE(nothing.IsNull());
-
-  auto events = ui_->TakeEvents();
-  ASSERT_EQ(events.size(), 3u);
-  EXPECT_EQ(events[0].kind, "RichText");
-  EXPECT_EQ(events[0].Field("title"), Variant("Memo"));
-  EXPECT_EQ(events[0].Field("text"), Variant("{\\rtf1 start}"));
-  EXPECT_EQ(events[0].Field("open"), Variant(true));
-  EXPECT_EQ(events[0].Field("save"), Variant(false));
-  EXPECT_EQ(events[0].Field("print"), Variant(true));
-  EXPECT_EQ(events[1].Field("title"), Variant("  RichText Edit Form"));
-  EXPECT_EQ(events[1].Field("text"), Variant("{\\rtf1 edited}"));
-  EXPECT_EQ(events[2].Field("title"), Variant("  RichText Edit Form"));  // blank title
-  EXPECT_EQ(events[2].Field("text"), Variant(""));                       // Null as no text
-}
 
 TEST_F(RichTextFormTest, FileToLoadReplacesTheTextUnlessItCannotBeRead) {
   testing::TempDir dir;

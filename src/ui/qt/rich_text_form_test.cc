@@ -383,7 +383,7 @@ TEST_F(RichTextFormTest, OpenAndSaveThroughTheFileRequester) {
   EXPECT_TRUE(Bold(saved, 0) && !Bold(saved, 5));
 }
 
-TEST_F(RichTextFormTest, FileToLoadReplacesTheTextUnlessItCannotBeRead) {
+TEST_F(RichTextFormTest, FileToLoadReplacesTheText) {
   testing::TempDir dir;
   WriteFile(dir.File("memo.txt"), "First line\r\nSecond line");
   Variant text("given text");
@@ -395,20 +395,6 @@ TEST_F(RichTextFormTest, FileToLoadReplacesTheTextUnlessItCannotBeRead) {
   QTextDocument back;
   ASSERT_TRUE(rtf::SetDocumentText(text.AsString(), &back));
   EXPECT_EQ(back.toPlainText(), "First line\nSecond line");
-
-  // An unreadable file is reported before the form opens with the text.
-  text = Variant("given text");
-  WhenModal<QMessageBox>([](QMessageBox* box) {
-    EXPECT_NE(box->text().indexOf("missing.rtf"), -1);
-    WhenForm([](QWidget* form) {
-      EXPECT_EQ(Editor(form)->toPlainText(), "given text");
-      Click(form, "cbOk");
-    });
-    Click(box, "cbOk");
-  });
-  ASSERT_TRUE(forms_.RichTextForm(text, dir.File("missing.rtf")));
-  ASSERT_TRUE(rtf::SetDocumentText(text.AsString(), &back));
-  EXPECT_EQ(back.toPlainText(), "given text");
 }
 
 }  // namespace
