@@ -164,7 +164,17 @@ void RegisterDialogClasses(Registry& registry) {
               {Opt("pInitialDate", V::kVariant), Opt("pTitle", V::kString, Variant(""))},
               [](qorForms& f, Args& a) { return f.CalendarForm(a[0], a.Str(1)); })
       .Method("MenuForm", MenuParams(),
-              [](qorForms& f, Args& a) { return Variant(CallMenuForm(f, a)); });
+              [](qorForms& f, Args& a) { return Variant(CallMenuForm(f, a)); })
+      .Method("RichTextForm",
+              {Ref("pTextRTF"), Opt("pFilenameToLoad", V::kString, Variant("")),
+               Opt("pFileOpenAllow", V::kBoolean, Variant(false)),
+               Opt("pFileSaveAllow", V::kBoolean, Variant(false)),
+               Opt("pPrintAllow", V::kBoolean, Variant(false)),
+               Opt("pTitleBar", V::kString, Variant(""))},
+              [](qorForms& f, Args& a) {
+                return Variant(
+                    f.RichTextForm(a[0], a.Str(1), a.Bool(2), a.Bool(3), a.Bool(4), a.Str(5)));
+              });
 
   RegisterList(registry);
 }

@@ -116,5 +116,27 @@ TEST(DialogsAutomation, FileAndFolderRequesters) {
                                  {"answer", "/srv/books"}}));
 }
 
+TEST(DialogsAutomation, RichTextFormGivesTheEditedTextBack) {
+  auto r = RunHost({
+      R"({"id":1,"create":"qorForms"})",
+      R"({"id":2,"answers":["{\\rtf1 edited}",null]})",
+      R"({"id":3,"on":1,"call":"RichTextForm","args":["{\\rtf1 start}","",true,false,true,"Memo"]})",
+      R"({"id":4,"on":1,"call":"RichTextForm","args":["kept"]})",
+  });
+  EXPECT_EQ(r[2]["result"], true);
+  EXPECT_EQ(r[2]["byref"]["0"], "{\\rtf1 edited}");
+  EXPECT_EQ(r[2]["ui"][0], (Json{{"kind", "RichText"},
+                                 {"title", "Memo"},
+                                 {"text", "{\\rtf1 start}"},
+                                 {"open", true},
+                                 {"save", false},
+                                 {"print", true},
+                                 {"answer", "{\\rtf1 edited}"}}));
+  EXPECT_EQ(r[3]["result"], false);
+  EXPECT_EQ(r[3]["byref"]["0"], "kept");
+  EXPECT_EQ(r[3]["ui"][0]["title"], "  RichText Edit Form");
+  EXPECT_EQ(r[3]["ui"][0]["answer"], nullptr);
+}
+
 }  // namespace
 }  // namespace qor

@@ -9,14 +9,16 @@
 //
 // The forms: Requester (a yes/no question with free captions, title and
 // fonts, its lines cut to the form's width), InputForm, CalendarForm and
-// MenuForm (13 numbered choices answered by click or key). Each is built,
-// shown modally and read within the call; its logic lives in the file of
-// its form (requester.cc, calendar.cc, menu.cc).
+// MenuForm (13 numbered choices answered by click or key) and RichTextForm
+// (the rich-text editor). Each is built, shown modally and read within the
+// call; its logic lives in the file of its form (requester.cc, calendar.cc,
+// menu.cc, rich_text.cc).
 
 #ifndef QOR_DIALOGS_FORMS_H_
 #define QOR_DIALOGS_FORMS_H_
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -112,7 +114,26 @@ class qorForms : public Object {
   // numbers) under two headings; returns the choice 1 to 13, 0 for cancel.
   int16_t MenuForm(const std::array<std::string, 13>& labels, const std::string& heading1 = "",
                    const std::string& heading2 = "", const std::string& title_bar = "");
+
+  // Lets the user edit rich text in the library's editor form. The form
+  // opens with pTextRTF (RTF, or plain text; Null and Empty as no text) or,
+  // when pFilenameToLoad is not blank, with that file's content (RTF, or
+  // plain text for other files); a file that cannot be read is reported
+  // with ShowError and the form opens with pTextRTF. The permissions enable
+  // the toolbar's Open, Save, and Print and Preview buttons. The caption is
+  // pTitleBar, "  RichText Edit Form" when blank. True when the user closed
+  // the form with OK: pTextRTF then holds the edited text as RTF (a
+  // String); otherwise False, and pTextRTF is left as it was. Errors are
+  // caught and shown with ShowErrorBox; the result is then False.
+  bool RichTextForm(Variant& text_rtf, const std::string& filename_to_load = "",
+                    bool file_open_allow = false, bool file_save_allow = false,
+                    bool print_allow = false, const std::string& title_bar = "");
 };
+
+// The caption of the rich-text editor form when no title is given.
+inline constexpr char kRichTextDefaultTitle[] = "  RichText Edit Form";
+// Files larger than this are not loaded into the rich-text editor form.
+inline constexpr size_t kRichTextMaxFileBytes = 64u << 20;
 
 }  // namespace qor
 

@@ -81,6 +81,14 @@ const std::vector<Command>& Commands() {
        "Shows qorWinAPI.GetFolderName. Prints the folder; exit status 1 when\n"
        "cancelled.\n",
        &RunFolder},
+      {"richtext", "edit rich text in the editor form; prints it as RTF",
+       "usage: qor richtext [--file F] [--open] [--save] [--print] [--title T] [TEXT]\n"
+       "\n"
+       "Shows qorForms.RichTextForm with TEXT (RTF or plain text) or the content of\n"
+       "the file F. --open, --save and --print enable the form's Open, Save, and\n"
+       "Print and Preview buttons. Prints the edited text as RTF when the user\n"
+       "presses OK; exit status 1 when cancelled.\n",
+       &RunRichText},
       {"printers", "list the printers, show or set the default printer",
        "usage: qor printers [--default | --set DEVICE]\n"
        "\n"

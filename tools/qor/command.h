@@ -39,6 +39,7 @@ int RunMenu(const std::vector<std::string>& args);
 int RunRequester(const std::vector<std::string>& args);
 int RunFile(const std::vector<std::string>& args);
 int RunFolder(const std::vector<std::string>& args);
+int RunRichText(const std::vector<std::string>& args);
 int RunPrinters(const std::vector<std::string>& args);
 int RunOpen(const std::vector<std::string>& args);
 int RunPrint(const std::vector<std::string>& args);

@@ -40,6 +40,11 @@ TEST(DialogCommands, AnswersGoToStandardOutputAndCancelToTheStatus) {
   EXPECT_EQ(Qor({"calendar", "2003-03-07"}).status, 1);
   EXPECT_EQ(Qor({"file", "--filter-name", "Text", "--filter", "*.txt"}).status, 1);
   EXPECT_EQ(Qor({"folder"}).status, 1);
+
+  r = Qor({"richtext", "--title", "Memo", "{\\rtf1 text}"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "[Memo]\n(rich-text editor)\n");
 }
 
 TEST(DialogCommands, BadArgumentsAreUsageErrors) {
@@ -56,7 +61,7 @@ TEST(DialogCommands, BadArgumentsAreUsageErrors) {
   EXPECT_NE(r.err.find("error 13"), std::string::npos);
   r = Qor({"--help"});
   for (const char* name :
-       {"msgbox", "input", "list", "calendar", "menu", "requester", "file", "folder"}) {
+       {"msgbox", "input", "list", "calendar", "menu", "requester", "file", "folder", "richtext"}) {
     EXPECT_NE(r.out.find(std::string("  ") + name + " "), std::string::npos) << name;
   }
 }

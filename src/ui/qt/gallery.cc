@@ -2,16 +2,19 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QPainter>
 #include <QPixmap>
 #include <QStandardPaths>
+#include <QTextEdit>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 
 #include "ui/qt/qt_dialogs.h"
+#include "ui/qt/rich_text_form.h"
 
 namespace qor::ui::qt {
 
@@ -115,6 +118,26 @@ std::vector<Sample> Samples() {
                        request.flags = 0x1000;
                        return std::make_unique<FileDialog>(request);
                      }});
+  samples.push_back({"richtext", [] {
+                       RichTextRequest request;
+                       request.title = "  RichText Edit Form";
+                       request.text =
+                           "{\\rtf1\\ansi\\deff0{\\fonttbl{\\f0 DejaVu Sans;}{\\f1 DejaVu "
+                           "Serif;}}{\\colortbl;\\red0\\green0\\blue255;\\red255\\green0\\blue0;}"
+                           "\\pard\\qc\\f1\\fs32\\b Quarterly report\\par"
+                           "\\pard\\plain\\fs24 Sales rose by {\\b 12%} in March; costs "
+                           "stayed {\\i within budget}.\\par"
+                           "\\pard\\fs24 {\\cf2 Overdue:} two invoices, from {\\ul Baker Ltd} "
+                           "and {\\cf1 Carter Inc}.\\par"
+                           "\\pard\\qr\\i\\fs20 Prepared by the accounts office\\par}";
+                       request.open = request.save = request.print = true;
+                       auto dialog = std::make_unique<RichTextDialog>(request);
+                       QTextCursor cursor = dialog->editor()->textCursor();
+                       cursor.setPosition(31);
+                       cursor.setPosition(34, QTextCursor::KeepAnchor);
+                       dialog->editor()->setTextCursor(cursor);
+                       return dialog;
+                     }});
   samples.push_back({"folder", [] {
                        FolderDialogRequest request{"Please Select a Folder"};
                        auto dialog = std::make_unique<FolderDialog>(request);
@@ -152,6 +175,8 @@ void Collect(QWidget* window, GalleryShot* shot) {
     if (auto* label = qobject_cast<QLabel*>(child)) text = label->text();
     if (auto* button = qobject_cast<QAbstractButton*>(child)) text = button->text();
     if (auto* edit = qobject_cast<QLineEdit*>(child)) text = edit->text();
+    if (auto* edit = qobject_cast<QTextEdit*>(child)) text = edit->toPlainText();
+    if (auto* list = qobject_cast<QComboBox*>(child)) text = list->currentText();
     if (!text.isEmpty()) shot->texts.push_back(FromQ(text));
     if (auto* list = qobject_cast<QListWidget*>(child)) {
       for (int i = 0; i < list->count(); ++i) shot->texts.push_back(FromQ(list->item(i)->text()));

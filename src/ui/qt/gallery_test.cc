@@ -37,6 +37,9 @@ TEST(Gallery, EveryDialogRendersWithItsNamedWidgetsAndTexts) {
       {"calendar", {"cal01", "cbOk", "cbCancel"}},
       {"menu", {"tHeading1", "tHeading2", "cb01", "t01", "cb02", "cb05", "cb11", "cbCancel"}},
       {"requester", {"lblMsg1", "lblMsg2", "cbYes", "cbNo"}},
+      {"richtext",
+       {"tb01", "Open", "Bold", "JustCentre", "tbcbFontName", "tbcbFontSize", "tbcbFontColour",
+        "rtf01", "sbStatus", "cbOk", "cbCancel"}},
   };
   for (const auto& [shot, widgets] : names) {
     ASSERT_TRUE(by_name.count(shot)) << shot;
@@ -52,6 +55,9 @@ TEST(Gallery, EveryDialogRendersWithItsNamedWidgetsAndTexts) {
   EXPECT_TRUE(Has(by_name["list"]->texts, "Carter Inc"));
   EXPECT_TRUE(Has(by_name["file"]->texts, "Payroll File Open Requester"));
   EXPECT_TRUE(Has(by_name["folder"]->texts, "Please Select a Folder"));
+  EXPECT_TRUE(Has(by_name["richtext"]->texts, "  RichText Edit Form"));
+  EXPECT_TRUE(Has(by_name["richtext"]->texts, " Line 2, Column 18"));  // the caret after "12%"
+  EXPECT_TRUE(Has(by_name["richtext"]->texts, "Black"));
 }
 
 }  // namespace

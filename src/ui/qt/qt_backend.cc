@@ -12,7 +12,9 @@
 #include <cstring>
 #include <string>
 
+#include "frame/report.h"
 #include "ui/qt/qt_dialogs.h"
+#include "ui/qt/rich_text_form.h"
 
 namespace qor::ui {
 
@@ -134,7 +136,11 @@ std::optional<std::string> QtBackend::FolderDialog(const FolderDialogRequest& r)
 }
 
 std::optional<std::string> QtBackend::RichText(const RichTextRequest& request) {
-  return defaults_.RichText(request);
+  if (!EnsureQtApplication()) return defaults_.RichText(request);
+  qt::RichTextDialog dialog(request);
+  if (!dialog.load_error().empty()) ShowError(Variant(dialog.load_error()));
+  dialog.exec();
+  return dialog.answer();
 }
 
 double QtBackend::TextWidthMm(const std::string& font, int size, const std::string& text) {

@@ -14,8 +14,8 @@
 // Qt platform is one without a screen (offscreen, minimal) and QOR_UI does
 // not ask for qt by name.
 //
-// The rich-text editor form is not a Qt form yet: RichText answers as the
-// headless backend does (Cancel).
+// RichText shows the editor form of rich_text_form.h; text handed in that
+// cannot be shown is reported with ShowError before the form opens (empty).
 
 #ifndef QOR_UI_QT_QT_BACKEND_H_
 #define QOR_UI_QT_QT_BACKEND_H_

@@ -19,35 +19,10 @@
 #include "shell/requesters.h"
 #include "testing/test_util.h"
 #include "ui/qt/qt_dialogs.h"
+#include "ui/qt/qt_test_util.h"
 
 namespace qor::ui {
 namespace {
-
-// Runs act on the modal dialog as soon as it is shown.
-void WhenModal(std::function<void(QWidget*)> act) {
-  auto* timer = new QTimer;
-  timer->setInterval(5);
-  QObject::connect(timer, &QTimer::timeout, [timer, act] {
-    QWidget* dialog = QApplication::activeModalWidget();
-    if (!dialog || !dialog->isVisible()) return;
-    timer->stop();
-    timer->deleteLater();
-    act(dialog);
-  });
-  timer->start();
-}
-
-template <typename T = QWidget>
-T* Named(QWidget* dialog, const char* name) {
-  T* widget = dialog->findChild<T*>(name);
-  EXPECT_NE(widget, nullptr) << name;
-  return widget;
-}
-
-void Click(QWidget* dialog, const char* name) {
-  if (auto* button = Named<QAbstractButton>(dialog, name))
-    QTest::mouseClick(button, Qt::LeftButton);
-}
 
 // A key typed where the focus is, as a user types it.
 void Type(QWidget* dialog, char key) {
@@ -347,7 +322,6 @@ TEST_F(QtBackendTest, ScreenAndEvents) {
   backend_->ProcessEvents();
   backend_->Beep();
   EXPECT_GT(backend_->TextWidthMm("Arial", 12, "Hello"), backend_->TextWidthMm("Arial", 12, "Hi"));
-  EXPECT_FALSE(backend_->RichText(RichTextRequest{}).has_value());
 }
 
 // Without a display the qt backend declines and the headless one answers at

@@ -26,8 +26,9 @@ QPushButton* NewButton(const QString& name, const QString& caption, QWidget* par
   return button;
 }
 
-// An OK and a Cancel button in a row, wired to accept and reject.
-QHBoxLayout* OkCancelRow(QDialog* dialog, const QString& ok_caption = "&OK") {
+}  // namespace
+
+QHBoxLayout* OkCancelRow(QDialog* dialog, const QString& ok_caption) {
   auto* row = new QHBoxLayout;
   row->addStretch();
   QPushButton* ok = NewButton("cbOk", ok_caption, dialog);
@@ -39,6 +40,8 @@ QHBoxLayout* OkCancelRow(QDialog* dialog, const QString& ok_caption = "&OK") {
   row->addWidget(cancel);
   return row;
 }
+
+namespace {
 
 // A read-only text box that never takes the focus: it acts as a label.
 QLineEdit* LabelBox(const QString& name, const QString& text, QWidget* parent) {

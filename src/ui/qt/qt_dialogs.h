@@ -16,6 +16,7 @@
 #include <QDate>
 #include <QDialog>
 #include <QFileDialog>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -37,6 +38,10 @@ std::string FromQ(const QString& s);
 // Dates: the OLE day number (its whole part) and back.
 QDate DateOfSerial(double serial);
 double SerialOfDate(const QDate& date);
+
+// An OK (cbOk, the default button) and a Cancel button (cbCancel) at the
+// right of a row, wired to the dialog's accept and reject.
+QHBoxLayout* OkCancelRow(QDialog* dialog, const QString& ok_caption = "&OK");
 
 // The object name of a message-box button by its result code ("cbOk").
 QString ButtonName(int code);
