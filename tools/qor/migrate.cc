@@ -93,29 +93,14 @@ void CopyStructure(TableDef& table, Database& target, std::vector<std::string>& 
   }
 }
 
-// Copies every row of table into the target's table of the same name.
-int64_t CopyRows(TableDef& table, Database& target, MigrationProgress& at,
-                 const ProgressFn& progress) {
-  auto from = table.OpenRecordset();
-  auto to = target.OpenRecordset(table.Name());
+// Runs fn in a transaction of the engine (one commit instead of one per
+// change); fn may commit and begin again on the way.
+template <typename Fn>
+void InTransaction(Fn fn) {
   auto engine = DBEngine::Get();
-  size_t columns = static_cast<size_t>(from->GetFields()->Count());
-  int64_t copied = 0;
   engine->BeginTrans();
   try {
-    for (; !from->Eof(); from->MoveNext()) {
-      to->AddNew();
-      for (size_t c = 0; c < columns; ++c) to->SetFieldValue(c, from->FieldValue(c));
-      to->Update();
-      ++copied;
-      ++at.done;
-      at.table_done = copied;
-      if (copied % kRowsPerCommit == 0) {
-        engine->CommitTrans();
-        engine->BeginTrans();
-      }
-      if (progress) progress(at);
-    }
+    fn(*engine);
     engine->CommitTrans();
   } catch (...) {
     try {
@@ -124,7 +109,27 @@ int64_t CopyRows(TableDef& table, Database& target, MigrationProgress& at,
     }
     throw;
   }
-  return copied;
+}
+
+// Copies every row of table into the target's table of the same name.
+void CopyRows(TableDef& table, Database& target, MigrationProgress& at,
+              const ProgressFn& progress) {
+  auto from = table.OpenRecordset();
+  auto to = target.OpenRecordset(table.Name());
+  size_t columns = static_cast<size_t>(from->GetFields()->Count());
+  InTransaction([&](DBEngine& engine) {
+    for (; !from->Eof(); from->MoveNext()) {
+      to->AddNew();
+      for (size_t c = 0; c < columns; ++c) to->SetFieldValue(c, from->FieldValue(c));
+      to->Update();
+      ++at.done;
+      if (++at.table_done % kRowsPerCommit == 0) {
+        engine.CommitTrans();
+        engine.BeginTrans();
+      }
+      if (progress) progress(at);
+    }
+  });
 }
 
 // Removes the target and the files the engine keeps beside it.
@@ -163,7 +168,7 @@ MigrationReport Migrate(const std::string& source, const std::string& target,
     }
     for (size_t i = 0; i < tables.size(); ++i) {
       MigrationReport::Table& row = report.tables[i];
-      CopyStructure(*tables[i], *dst, report.left_out);
+      InTransaction([&](DBEngine&) { CopyStructure(*tables[i], *dst, report.left_out); });
       at.table = row.name;
       at.table_rows = row.source_rows;
       at.table_done = 0;
