@@ -21,9 +21,11 @@
 #define QOR_DB_QOR_DB_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "db/engine/engine.h"
 #include "frame/variant.h"
@@ -117,6 +119,13 @@ class qorDb : public Object {
 
   // ---- Field data, lock retry, temporary database (field_data.cc) ------------
 
+  // Reads (or with pWriteFlag writes) field pFieldName of the record whose
+  // key field holds pKeyVal, found with FindFirst on a criterion built by
+  // the key field's type (Text/Memo quoted, Date as a #date#, Integer, Long,
+  // Single, Double as they are; other types fail with 9999), the value
+  // unescaped. The keys FIRSTRECORD and LASTRECORD (any case, blanks
+  // around) take the first or last record. A read that finds no record
+  // sets pFieldData to Null.
   bool FieldDataReadWriteDb(Variant& pFieldData, dao::Database& pDataBase,
                             const std::string& pTableName, const std::string& pKeyName,
                             const Variant& pKeyVal, const std::string& pFieldName,
@@ -125,15 +134,31 @@ class qorDb : public Object {
                           const std::string& pTableName, const std::string& pKeyName,
                           const Variant& pKeyVal, const std::string& pFieldName,
                           bool pWriteFlag = false, bool Verbose = false);
-  // True: the wait is done, retry now; False: give up.
+  // Called with the same counter (Null, Empty or 0 at first) after each
+  // lock error: raises the counter and answers True when the caller is to
+  // retry now (after a wait of 5 to 12 tenths of a second that grows with
+  // the attempt), False after the fourth retry or when the user, asked with
+  // pRtlAsk, cancels.
   bool RetryLock(Variant& pRtlCount, bool pRtlAsk = false);
+  // A new database $TEMP/XXXXXXXX.MDB (8 random capitals; the current
+  // folder when TEMP is blank); PDbPath is "" on failure.
   bool CreateTempDatabase(std::shared_ptr<dao::Database>& pDb, std::string& PDbPath,
                           bool Verbose = false);
 
   // ---- Cloning (clone.cc) ------------------------------------------------------
 
+  // CloneDb passes its arguments on to CloneTable as it always has: each
+  // user table goes to the name True or False (the text of Verbose), with
+  // its data only when pFailIfExists is True. Only the first user table can
+  // therefore arrive; the second fails on the name that exists.
   bool CloneDb(const Variant& pSrcPath, const Variant& pDestPath, bool pFailIfExists = false,
                bool Verbose = false);
+  // pFailIfExists tests the destination for pTableName, also when
+  // pDestTableName names the copy otherwise. Nothing reaches pDestDb before
+  // every field and index is built; a failure while copying data leaves
+  // the table and the rows copied so far. The display properties (Format,
+  // InputMask, DecimalPlaces, NewValues, Caption) follow each field; a
+  // failure to copy one is always reported.
   bool CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao::Database& pDestDb,
                   bool pCopyData, const std::string& pDestTableName = "",
                   bool pFailIfExists = false, bool Verbose = false);
@@ -142,15 +167,31 @@ class qorDb : public Object {
   bool CloneIndex(const Variant& pIndexName, dao::TableDef& pSrcTbl, dao::TableDef& pDestTbl,
                   bool pFailIfExists = false, bool Verbose = false);
 
+  // Told while CloneTable copies rows: the destination table and the rows
+  // copied so far, every 1000 rows and once when the copy ends. For programs
+  // that show progress; none by default.
+  using CopyProgress = std::function<void(const std::string& table, int64_t rows)>;
+  void SetCopyProgress(CopyProgress progress) { copy_progress_ = std::move(progress); }
+
   // ---- Database open, create and table copy (database_files.cc) --------------
 
+  // A blank path is reported whatever Verbose says.
   bool OpenDatabase(std::shared_ptr<dao::Database>& pDb,
                     const Variant& PDbPath = Variant::Missing(), bool Verbose = false);
+  // Adds ".MDB" to a path not ending in it (any case). Over an existing file
+  // without pDeleteOld: True with a message and pNewDb untouched when
+  // Verbose, else False in silence. pDeleteOld does not delete a file that
+  // a connection has open or that is read-only (error 75).
   bool CreateDatabase(std::shared_ptr<dao::Database>& pNewDb, const Variant& PDbPath,
                       bool pDeleteOld = false, bool Verbose = false);
+  // Opens both files and calls CloneTable with CloneDb's argument mapping.
   bool CloneTableDbPath(const Variant& pTableName, const Variant& pSrcDbPath,
                         const Variant& PDestDbPath, bool pFailIfExists = false,
                         bool Verbose = false);
+  // Copies the structure (no data, defaults, rules or display properties)
+  // of pSrcTable (under PDestTable when both are given), else of the tables
+  // the masks select, else of every table; only tables whose Attributes
+  // are 0 are copied. Every error is reported; tables copied before it stay.
   bool CopyTable(const std::string& pSrcDbPath, std::string& PDestDbPath,
                  const std::string& pSrcTable = "", const std::string& PDestTable = "",
                  bool pStructOnly = false, int32_t pAttribAndMask = 0, int32_t pAttribOrMask = 0,
@@ -158,12 +199,19 @@ class qorDb : public Object {
 
   // ---- Record copy (record_copy.cc) --------------------------------------------
 
+  // With pKeyVal: finds the source record and the destination record of
+  // that key, adds or edits the destination under the two rules, and copies
+  // every field but the key. Without: copies the current source record over
+  // the current destination record. A source field that the destination
+  // lacks is passed over; other errors (a lock) are retried through
+  // RetryLock until it gives up.
   bool CopyRecord(dao::Recordset& pSrcSet, dao::Recordset& pDestSet, const std::string& pKeyField,
                   const Variant& pKeyVal, bool pDestMustExist = false,
                   bool pDestMustNOTexist = false, bool Verbose = false);
 
  private:
   std::unique_ptr<qorProcs> procs_;
+  CopyProgress copy_progress_;
 };
 
 }  // namespace qor

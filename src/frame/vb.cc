@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <random>
 
 #include "frame/error.h"
 #include "frame/vb_date.h"
@@ -527,6 +528,11 @@ double Trunc(double x) { return std::trunc(x); }
 
 Variant Int(const Variant& v) { return RoundKeepingKind(v, &Floor); }
 Variant Fix(const Variant& v) { return RoundKeepingKind(v, &Trunc); }
+
+double Rnd() {
+  static std::mt19937_64 generator{std::random_device{}()};
+  return std::uniform_real_distribution<double>(0.0, 1.0)(generator);
+}
 
 // ---- Comparison --------------------------------------------------------------
 

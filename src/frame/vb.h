@@ -80,6 +80,9 @@ std::string BoolText(bool b);
 // kind; a string gives a Double; Empty gives Integer 0.
 Variant Int(const Variant& v);
 Variant Fix(const Variant& v);
+// Rnd: the next number of a uniform generator in [0, 1), seeded once per
+// process from the system's entropy source.
+double Rnd();
 
 // ---- Comparison --------------------------------------------------------------
 

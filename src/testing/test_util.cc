@@ -65,6 +65,52 @@ int RunUnprivileged(const std::function<int()>& checks) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 254;
 }
 
+ChildProcess::ChildProcess(std::function<void(ChildProcess&)> body) {
+  if (::pipe(up_) != 0 || ::pipe(down_) != 0) std::abort();
+  pid_ = ::fork();
+  if (pid_ == 0) {
+    int status = 0;
+    try {
+      body(*this);
+    } catch (const Error&) {
+      status = 1;
+      char c = 'E';
+      (void)!::write(up_[1], &c, 1);
+    }
+    ::_exit(status);  // no destructors: the parent's objects are not ours
+  }
+}
+
+void ChildProcess::Ready() {
+  char c = 'R';
+  (void)!::write(up_[1], &c, 1);
+}
+
+void ChildProcess::AwaitGo() {
+  char c;
+  (void)!::read(down_[0], &c, 1);
+}
+
+bool ChildProcess::AwaitReady() {
+  char c = 0;
+  return ::read(up_[0], &c, 1) == 1 && c == 'R';
+}
+
+void ChildProcess::Go() {
+  char c = 'G';
+  (void)!::write(down_[1], &c, 1);
+}
+
+int ChildProcess::Wait() {
+  if (pid_ <= 0) return exit_;
+  Go();
+  int status = 0;
+  ::waitpid(pid_, &status, 0);
+  pid_ = 0;
+  exit_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return exit_;
+}
+
 RunResult RunProgram(const std::vector<std::string>& argv, const std::string& input) {
   TempDir dir;
   std::string in_path = dir.File("in"), out_path = dir.File("out"), err_path = dir.File("err");

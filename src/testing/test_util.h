@@ -6,6 +6,7 @@
 #define QOR_TESTING_TEST_UTIL_H_
 
 #include <gtest/gtest.h>
+#include <sys/types.h>
 
 #include <filesystem>
 #include <functional>
@@ -73,6 +74,36 @@ std::filesystem::path SharedDir();
 // expectation, since a child's gtest failures are lost), 255 when the child
 // cannot switch, 254 when it does not exit normally.
 int RunUnprivileged(const std::function<int()>& checks);
+
+// Another process working beside the test (on a database file, say): a fork
+// that runs body and exits without running the parent's destructors. The
+// body signals with Ready() when it holds what the test needs and may then
+// wait for Go(); the object's end sends Go and waits for the child.
+class ChildProcess {
+ public:
+  explicit ChildProcess(std::function<void(ChildProcess&)> body);
+  ~ChildProcess() { Wait(); }
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  // In the child.
+  void Ready();
+  void AwaitGo();
+
+  // In the parent: true when the child said Ready (false when it failed or
+  // ended first).
+  bool AwaitReady();
+  void Go();
+  // The child's exit status: 0 when body returned, 1 when it raised an
+  // Error, -1 when it did not exit normally.
+  int Wait();
+
+ private:
+  int up_[2];
+  int down_[2];
+  pid_t pid_ = 0;
+  int exit_ = 0;
+};
 
 // Runs a program with the given standard input, returning its exit status
 // and standard output.

@@ -1,6 +1,7 @@
 #include "command.h"
 
 #include <cstdio>
+#include <string>
 
 namespace qor::tool {
 
@@ -127,6 +128,25 @@ const std::vector<Command>& Commands() {
        "A FILE without a folder lives in $QOR_INI_DIR, else\n"
        "$XDG_CONFIG_HOME/qorSupport.\n",
        &RunIni},
+      {"db", "copy table structures and clone tables between database files",
+       "usage: qor db copy-structure SRC DEST [TABLE [NEWNAME]]\n"
+       "       qor db clone SRC DEST TABLE [NEWNAME] [--data] [--fail-if-exists]\n"
+       "\n"
+       "copy-structure copies the structure (fields, sizes, required and zero-length\n"
+       "settings, indexes; no data, defaults, rules or display properties) of TABLE,\n"
+       "under NEWNAME when given, or of every plain local table of SRC into DEST\n"
+       "(qorDb.CopyTable); system, hidden and attached tables are passed over. It\n"
+       "prints the tables that arrived.\n"
+       "clone copies TABLE with its defaults, rules, indexes and the fields' display\n"
+       "properties, under NEWNAME when given, and with --data every row, counter\n"
+       "values included (qorDb.CloneTable); --fail-if-exists refuses a destination\n"
+       "that already holds a table named TABLE. A copy of 10000 rows or more shows\n"
+       "its progress on standard error. It prints the new table's name.\n"
+       "\n"
+       "SRC is opened for reading only. A DEST that does not exist is created, with\n"
+       "\".MDB\" added to a name that does not end in it. Failures are reported by the\n"
+       "library and end with status 1; nothing done before them is undone.\n",
+       &RunDb},
       {"migrate", "copy a legacy Jet (.mdb) database into a new database file",
        "usage: qor migrate [--quiet] SOURCE TARGET\n"
        "\n"
@@ -140,6 +160,13 @@ const std::vector<Command>& Commands() {
        &RunMigrate},
   };
   return commands;
+}
+
+const Command& FindCommand(const char* name) {
+  for (const Command& c : Commands()) {
+    if (std::string(c.name) == name) return c;
+  }
+  return Commands().front();
 }
 
 int UsageError(const Command& command, const std::string& message) {

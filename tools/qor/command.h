@@ -21,6 +21,8 @@ struct Command {
 };
 
 const std::vector<Command>& Commands();
+// The command of that name (the first one when there is none).
+const Command& FindCommand(const char* name);
 
 // Prints "qor <name>: <message>" and the usage hint to stderr; returns 2.
 int UsageError(const Command& command, const std::string& message);
@@ -42,6 +44,7 @@ int RunOpen(const std::vector<std::string>& args);
 int RunPrint(const std::vector<std::string>& args);
 int RunRegistry(const std::vector<std::string>& args);
 int RunIni(const std::vector<std::string>& args);
+int RunDb(const std::vector<std::string>& args);
 int RunMigrate(const std::vector<std::string>& args);
 
 }  // namespace qor::tool

@@ -6,6 +6,7 @@
 
 #include "db/engine/engine.h"
 #include "db/engine/lock_file.h"
+#include "db/qor_db.h"
 #include "frame/error.h"
 #include "frame/vb.h"
 
@@ -20,9 +21,6 @@ using dao::TableDef;
 constexpr int32_t kNotUserTable =
     dao::kSystemObject | dao::kHiddenObject | dao::kAttachedTable | dao::kAttachedODBC;
 
-// Rows copied between two commits of the target.
-constexpr int64_t kRowsPerCommit = 20000;
-
 std::string TableKind(int32_t attributes) {
   if (attributes & (dao::kAttachedTable | dao::kAttachedODBC)) {
     return "attached table: its rows live in another database";
@@ -30,77 +28,14 @@ std::string TableKind(int32_t attributes) {
   return "hidden table: hidden objects are not migrated";
 }
 
-// Appends the user-defined properties of from to to; those the target
-// refuses are listed in left_out.
-void CopyProperties(dao::PropertyOwner& from, dao::PropertyOwner& to, const std::string& owner,
-                    std::vector<std::string>& left_out) {
-  auto props = from.GetProperties();
-  for (int32_t i = 0; i < props->Count(); ++i) {
-    auto p = props->Item(Variant(i));
-    if (p->BuiltIn()) continue;
-    try {
-      to.GetProperties()->Append(
-          to.CreateProperty(Variant(p->Name()), Variant(int32_t{p->Type()}), p->Value()));
-    } catch (const Error& error) {
-      left_out.push_back("property " + p->Name() + " of " + owner + ": " + error.description());
-    }
-  }
-}
-
-// Creates table's definition in target: fields, indexes, validation rule,
-// then the stored properties of the table and its fields.
-void CopyStructure(TableDef& table, Database& target, std::vector<std::string>& left_out) {
-  auto copy = target.CreateTableDef(Variant(table.Name()));
-  auto fields = table.GetFields();
-  for (int32_t i = 0; i < fields->Count(); ++i) {
-    auto f = fields->Item(Variant(i));
-    auto n = copy->CreateField(Variant(f->Name()), Variant(int32_t{f->Type()}),
-                               Variant(int32_t{f->Size()}));
-    n->SetAttributes(f->Attributes());
-    n->SetRequired(f->Required());
-    if (dao::IsTextType(f->Type())) n->SetAllowZeroLength(f->AllowZeroLength());
-    n->SetDefaultValue(f->DefaultValue());
-    n->SetValidationRule(f->ValidationRule());
-    n->SetValidationText(f->ValidationText());
-    copy->GetFields()->Append(n);
-  }
-  auto indexes = table.GetIndexes();
-  for (int32_t i = 0; i < indexes->Count(); ++i) {
-    auto x = indexes->Item(Variant(i));
-    auto n = copy->CreateIndex(Variant(x->Name()));
-    auto keys = x->GetFields();
-    for (int32_t k = 0; k < keys->Count(); ++k) {
-      auto key = keys->Item(Variant(k));
-      auto nk = n->CreateField(Variant(key->Name()));
-      nk->SetAttributes(key->Attributes());
-      n->GetFields()->Append(nk);
-    }
-    n->SetPrimary(x->Primary());
-    n->SetUnique(x->Unique());
-    n->SetIgnoreNulls(x->IgnoreNulls());
-    copy->GetIndexes()->Append(n);
-  }
-  copy->SetValidationRule(table.ValidationRule());
-  copy->SetValidationText(table.ValidationText());
-  target.GetTableDefs()->Append(copy);
-
-  auto stored = target.GetTableDefs()->Item(Variant(table.Name()));
-  CopyProperties(table, *stored, "table " + table.Name(), left_out);
-  for (int32_t i = 0; i < fields->Count(); ++i) {
-    auto f = fields->Item(Variant(i));
-    CopyProperties(*f, *stored->GetFields()->Item(Variant(f->Name())),
-                   "field " + table.Name() + "." + f->Name(), left_out);
-  }
-}
-
-// Runs fn in a transaction of the engine (one commit instead of one per
-// change); fn may commit and begin again on the way.
+// Runs fn in a transaction of the engine: one commit instead of one per
+// change.
 template <typename Fn>
 void InTransaction(Fn fn) {
   auto engine = DBEngine::Get();
   engine->BeginTrans();
   try {
-    fn(*engine);
+    fn();
     engine->CommitTrans();
   } catch (...) {
     try {
@@ -111,23 +46,34 @@ void InTransaction(Fn fn) {
   }
 }
 
-// Copies every row of table into the target's table of the same name.
-void CopyRows(TableDef& table, Database& target, MigrationProgress& at,
-              const ProgressFn& progress) {
-  auto from = table.OpenRecordset();
-  auto to = target.OpenRecordset(table.Name());
-  size_t columns = static_cast<size_t>(from->GetFields()->Count());
-  InTransaction([&](DBEngine& engine) {
-    for (; !from->Eof(); from->MoveNext()) {
-      to->AddNew();
-      for (size_t c = 0; c < columns; ++c) to->SetFieldValue(c, from->FieldValue(c));
-      to->Update();
-      ++at.done;
-      if (++at.table_done % kRowsPerCommit == 0) {
-        engine.CommitTrans();
-        engine.BeginTrans();
-      }
-      if (progress) progress(at);
+// Adds the user-defined properties of from that to lacks (CloneTable
+// carries the display ones; Description and the others come here); those
+// the target refuses are listed in left_out.
+void CopyMissingProperties(dao::PropertyOwner& from, dao::PropertyOwner& to,
+                           const std::string& owner, std::vector<std::string>& left_out) {
+  auto props = from.GetProperties();
+  auto have = to.GetProperties();
+  for (int32_t i = 0; i < props->Count(); ++i) {
+    auto p = props->Item(Variant(i));
+    if (p->BuiltIn() || have->Find(p->Name())) continue;
+    try {
+      have->Append(to.CreateProperty(Variant(p->Name()), Variant(int32_t{p->Type()}), p->Value()));
+    } catch (const Error& error) {
+      left_out.push_back("property " + p->Name() + " of " + owner + ": " + error.description());
+    }
+  }
+}
+
+// The stored properties of table and its fields that CloneTable left out.
+void CopyOtherProperties(TableDef& table, Database& target, std::vector<std::string>& left_out) {
+  auto copy = target.GetTableDefs()->Item(Variant(table.Name()));
+  InTransaction([&] {
+    CopyMissingProperties(table, *copy, "table " + table.Name(), left_out);
+    auto fields = table.GetFields();
+    for (int32_t i = 0; i < fields->Count(); ++i) {
+      auto f = fields->Item(Variant(i));
+      CopyMissingProperties(*f, *copy->GetFields()->Item(Variant(f->Name())),
+                            "field " + table.Name() + "." + f->Name(), left_out);
     }
   });
 }
@@ -166,14 +112,29 @@ MigrationReport Migrate(const std::string& source, const std::string& target,
       report.tables.push_back({t->Name(), t->RecordCount(), 0});
       at.total += report.tables.back().source_rows;
     }
+    // CloneTable makes each table with its fields, indexes, rules and
+    // display properties, and copies the rows in batches; it reports its
+    // own failures (Verbose), this says which table it was.
+    qorDb cloner;
+    int64_t done_before = 0;
+    cloner.SetCopyProgress([&](const std::string&, int64_t rows) {
+      at.table_done = rows;
+      at.done = done_before + rows;
+      if (progress) progress(at);
+    });
     for (size_t i = 0; i < tables.size(); ++i) {
       MigrationReport::Table& row = report.tables[i];
-      InTransaction([&](DBEngine&) { CopyStructure(*tables[i], *dst, report.left_out); });
       at.table = row.name;
       at.table_rows = row.source_rows;
       at.table_done = 0;
+      done_before = at.done;
       if (progress) progress(at);
-      CopyRows(*tables[i], *dst, at, progress);
+      if (!cloner.CloneTable(row.name, *src, *dst, true, "", true, true)) {
+        Raise(dao::e::kInvalidOperation, "qor migrate",
+              "table " + row.name + " could not be copied (see the report before)");
+      }
+      at.done = done_before + row.source_rows;
+      CopyOtherProperties(*tables[i], *dst, report.left_out);
       row.target_rows = dst->GetTableDefs()->Item(Variant(row.name))->RecordCount();
       if (row.target_rows != row.source_rows) {
         Raise(dao::e::kInvalidOperation, "qor migrate",

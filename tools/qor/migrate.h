@@ -1,11 +1,13 @@
 // Migration of a database, typically a legacy Jet file, into a new database
 // of the embedded engine: the work behind `qor migrate`.
 //
-// Every user table (not system, hidden or attached) is carried over with
-// its fields, indexes, validation rules, stored properties (Description,
-// Caption, Format, ...) and rows; stored queries whose SQL the source holds
-// are carried over as query definitions. What cannot be carried over is
-// listed with the reason, never dropped silently.
+// Every user table (not system, hidden or attached) is carried over by
+// qorDb::CloneTable with its fields, indexes, validation rules, display
+// properties and rows; the other stored properties (Description, ...) are
+// added after it, and stored queries whose SQL the source holds become
+// query definitions. What cannot be carried over is listed with the
+// reason, never dropped silently; CloneTable's own failures are reported
+// through the library's reporting (the current user interface).
 //
 // The target must not exist. A migration that fails, or whose target holds
 // a different number of rows than the source for any table, removes the
@@ -33,8 +35,9 @@ struct MigrationReport {
   int64_t queries = 0;  // query definitions carried over
 };
 
-// Told about each copied row: the table, the rows done in it, its row count,
-// and the rows done and to do over all tables.
+// Told as the rows are copied (at each table's start and end, and every
+// 1000 rows): the table, the rows done in it, its row count, and the rows
+// done and to do over all tables.
 struct MigrationProgress {
   std::string table;
   int64_t table_done = 0;

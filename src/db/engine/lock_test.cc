@@ -1,8 +1,6 @@
 // Two processes on one database file: what one commits the other sees, and
 // what one holds locked the other is refused at once with DAO's errors.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <functional>
@@ -15,62 +13,7 @@
 namespace qor::dao {
 namespace {
 
-// Another process working on the database: it runs body, which signals
-// with Ready() when it holds what the test needs and then waits for Go().
-class Child {
- public:
-  explicit Child(std::function<void(Child&)> body) {
-    if (::pipe(up_) != 0 || ::pipe(down_) != 0) std::abort();
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      int status = 0;
-      try {
-        body(*this);
-      } catch (const Error& error) {
-        status = 1;
-        char c = 'E';
-        (void)!::write(up_[1], &c, 1);
-      }
-      ::_exit(status);  // no destructors: the parent's objects are not ours
-    }
-  }
-  ~Child() { Wait(); }
-
-  // In the child.
-  void Ready() {
-    char c = 'R';
-    (void)!::write(up_[1], &c, 1);
-  }
-  void AwaitGo() {
-    char c;
-    (void)!::read(down_[0], &c, 1);
-  }
-
-  // In the parent: true when the child said Ready.
-  bool AwaitReady() {
-    char c = 0;
-    return ::read(up_[0], &c, 1) == 1 && c == 'R';
-  }
-  void Go() {
-    char c = 'G';
-    (void)!::write(down_[1], &c, 1);
-  }
-  int Wait() {
-    if (pid_ <= 0) return exit_;
-    Go();
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
-    pid_ = 0;
-    exit_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return exit_;
-  }
-
- private:
-  int up_[2];
-  int down_[2];
-  pid_t pid_ = 0;
-  int exit_ = 0;
-};
+using Child = testing::ChildProcess;
 
 int32_t ErrorOf(const std::function<void()>& fn) {
   try {

@@ -1,0 +1,49 @@
+#include "db/schema_copy.h"
+
+#include "frame/variant.h"
+
+namespace qor::db {
+
+std::shared_ptr<dao::Field> NewFieldLike(dao::Field& source, dao::TableDef& table) {
+  auto field = table.CreateField(Variant(source.Name()), Variant(int16_t(source.Type())),
+                                 Long(source.Size()));
+  field->SetAttributes(source.Attributes());
+  field->SetRequired(source.Required());
+  if (source.Type() == dao::kText || source.Type() == dao::kMemo) {
+    field->SetAllowZeroLength(source.AllowZeroLength());
+  }
+  return field;
+}
+
+std::shared_ptr<dao::Index> NewIndexLike(dao::Index& source, dao::TableDef& table) {
+  auto index = table.CreateIndex(Variant(source.Name()));
+  for (const auto& source_field : source.GetFields()->items()) {
+    auto field = index->CreateField(Variant(source_field->Name()));
+    field->SetAttributes(source_field->Attributes());
+    index->GetFields()->Append(field);
+  }
+  index->SetPrimary(source.Primary());
+  index->SetUnique(source.Unique());
+  index->SetIgnoreNulls(source.IgnoreNulls());
+  return index;
+}
+
+void CloseQuietly(std::shared_ptr<dao::Database>& db) {
+  try {
+    if (db && db->IsOpen()) db->Close();
+  } catch (...) {
+    // Closing is the last step of an operation that has its result.
+  }
+  db.reset();
+}
+
+void CloseQuietly(std::shared_ptr<dao::Recordset>& rs) {
+  try {
+    if (rs) rs->Close();
+  } catch (...) {
+    // A recordset already ended with its database.
+  }
+  rs.reset();
+}
+
+}  // namespace qor::db
