@@ -8,6 +8,7 @@
 
 #include "command.h"
 #include "frame/error.h"
+#include "frame/vb.h"
 #include "migrate.h"
 
 namespace qor::tool {
@@ -94,6 +95,9 @@ int RunMigrate(const std::vector<std::string>& args) {
     }
   }
   if (paths.size() != 2) return UsageError(command, "needs a source and a target");
+  if (vb::UCase(paths[1]).rfind("ODBC;", 0) == 0) {
+    return UsageError(command, "TARGET must be a database file; ODBC data sources are not taken");
+  }
   ProgressBar bar(quiet);
   try {
     MigrationReport report =

@@ -155,8 +155,9 @@ const std::vector<Command>& Commands() {
        "new database file of the embedded engine, and its stored queries as query\n"
        "definitions. Shows a progress bar on standard error (--quiet: none) and prints\n"
        "the tables with their row counts in source and target, and what could not be\n"
-       "carried over and why. TARGET must not exist. When the migration fails, or a\n"
-       "table's row counts differ, TARGET is removed and the exit status is 1.\n",
+       "carried over and why. TARGET must not exist (and is a file: ODBC data sources\n"
+       "are not taken). When the migration fails, or a table's row counts differ,\n"
+       "TARGET is removed and the exit status is 1.\n",
        &RunMigrate},
   };
   return commands;
