@@ -29,7 +29,7 @@ std::string FruitMdb() {
                                  "' && timeout 60 npm pack --silent mdb@0.1.0 >/dev/null 2>&1 && "
                                  "tar xzf mdb-0.1.0.tgz package/test/fruit.mdb && mkdir -p '" +
                                  cache.string() + "' && mv package/test/fruit.mdb '" + file +
-                                 ".part' && mv '" + file + ".part' '" + file + "'"},
+                                 ".part.'$$ && mv '" + file + ".part.'$$ '" + file + "'"},
                             "");
     return pack.status == 0 && std::filesystem::exists(file) ? file : std::string();
   }();
