@@ -5,7 +5,10 @@
 #include <vector>
 
 #include "db/engine/jet_lexer.h"
+#include "db/engine/jet_sql.h"
 #include "db/engine/mdb_file.h"
+#include "db/engine/sqlite_db.h"
+#include "db/engine/sqlite_functions.h"
 #include "frame/error.h"
 #include "frame/vb.h"
 
@@ -14,6 +17,53 @@ namespace qor::dao::mdb {
 namespace {
 
 [[noreturn]] void FailReadOnly() { Fail(e::kReadOnly); }
+
+// Tests rows against Jet criteria as the SQLite backend evaluates them:
+// the row goes into a one-row table of an in-memory SQLite database and
+// the translated criteria select it or not.
+class CriteriaMatcher {
+ public:
+  explicit CriteriaMatcher(const std::vector<FieldInfo>& fields)
+      : fields_(fields),
+        db_(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_MEMORY) {
+    sqlite::RegisterFunctions(db_.raw());
+    std::string columns, marks;
+    for (const FieldInfo& f : fields_) {
+      if (!columns.empty()) {
+        columns += ", ";
+        marks += ", ";
+      }
+      columns += jet::QuoteName(f.name) + (IsTextType(f.type) ? " COLLATE NOCASE" : "");
+      marks += "?";
+    }
+    db_.Exec("CREATE TABLE r(" + columns + ")");
+    insert_ = db_.Prepare("INSERT INTO r VALUES(" + marks + ")");
+  }
+
+  // Raises 3077 (or 3070 for an unknown field) for a bad criterion.
+  bool Matches(std::string_view criteria, const std::vector<Variant>& row) {
+    if (!select_ || criteria != criteria_) {
+      select_ = db_.Prepare("SELECT count(*) FROM r WHERE " + jet::TranslateCriteria(criteria));
+      criteria_ = std::string(criteria);
+    }
+    db_.Exec("DELETE FROM r");
+    for (size_t i = 0; i < fields_.size() && i < row.size(); ++i) {
+      insert_->BindAs(static_cast<int>(i + 1), row[i], fields_[i].type);
+    }
+    insert_->Run();
+    insert_->Reset();
+    bool match = select_->Step() && select_->Int(0) > 0;
+    select_->Reset();
+    return match;
+  }
+
+ private:
+  std::vector<FieldInfo> fields_;
+  sqlite::Db db_;
+  std::unique_ptr<sqlite::Stmt> insert_;
+  std::unique_ptr<sqlite::Stmt> select_;
+  std::string criteria_;
+};
 
 // A table's rows in file order. Rows are read as the cursor moves; what it
 // keeps is each row's position in the file, so that moving back reads the
@@ -39,7 +89,34 @@ class MdbCursor : public Cursor {
     }
     return Load(bookmark);
   }
-  bool Find(std::string_view, Direction) override { Fail(e::kNotSupported); }
+  bool Find(std::string_view criteria, Direction direction) override {
+    if (!matcher_) matcher_ = std::make_unique<CriteriaMatcher>(table_.fields);
+    int64_t start = 0;
+    int step = 1;
+    switch (direction) {
+      case Direction::kFirst:
+        break;
+      case Direction::kLast:
+        ScanAll();
+        start = static_cast<int64_t>(positions_.size()) - 1;
+        step = -1;
+        break;
+      case Direction::kNext:
+        start = current_ + 1;
+        break;
+      case Direction::kPrevious:
+        start = current_ - 1;
+        step = -1;
+        break;
+    }
+    int64_t was = current_;
+    for (int64_t i = start; i >= 0 && Load(i); i += step) {
+      if (matcher_->Matches(criteria, row_)) return true;
+    }
+    if (was >= 0) Load(was);
+    current_ = was;
+    return false;
+  }
 
   const std::vector<Variant>& Row() override {
     if (current_ < 0) Fail(e::kNoCurrentRecord);
@@ -93,6 +170,7 @@ class MdbCursor : public Cursor {
   std::vector<Variant> row_;
   int64_t current_ = -1;
   bool done_ = false;
+  std::unique_ptr<CriteriaMatcher> matcher_;
 };
 
 class MdbBackend : public Backend {

@@ -17,9 +17,9 @@
 // - recordsets over every row of a table (also "SELECT * FROM table"),
 //   with every type: numbers, currency, dates, Booleans, text and memo as
 //   strings, binary and OLE values as Byte arrays, GUIDs as "{...}" text.
-// Every write (tables, fields, indexes, queries, properties, rows,
-// Execute, transactions' changes) raises 3027. Other statements and
-// FindFirst criteria raise 3251.
+// FindFirst/FindNext/... take Jet criteria, evaluated as the SQLite
+// backend evaluates them. Every write (tables, fields, indexes, queries,
+// properties, rows, Execute) raises 3027; other statements raise 3251.
 //
 // Bad files give DAO errors, never a fault: 3343 for a file that is not a
 // Jet 3/4 database (ACE files included), 3031 for a database password not

@@ -116,8 +116,6 @@ TEST(MdbBackend, RecordsetsMoveBothWaysOverEveryRow) {
   EXPECT_EQ(rs->Value("UserMarried"), Variant(false));
   rs->SetBookmark(first);
   EXPECT_EQ(vb::CStr(rs->Value("UserName")), "Nuintun");
-  rs->MovePrevious();
-  EXPECT_TRUE(rs->Bof());
 
   // The whole of a table by statement; anything more is not supported.
   auto all = db->OpenRecordset("SELECT * FROM [Users];");
@@ -125,7 +123,23 @@ TEST(MdbBackend, RecordsetsMoveBothWaysOverEveryRow) {
   EXPECT_EQ(all->RecordCount(), 3);
   EXPECT_EQ(ErrorNumberOf([&] { db->OpenRecordset("SELECT UserName FROM Users"); }),
             e::kNotSupported);
-  EXPECT_EQ(ErrorNumberOf([&] { rs->FindFirst("UserId = 2"); }), e::kNotSupported);
+  // Finding by Jet criteria; texts compare without regard to case.
+  rs->FindFirst("UserName = 'angela'");
+  EXPECT_FALSE(rs->NoMatch());
+  EXPECT_EQ(rs->Value("UserId"), Variant(int32_t{2}));
+  rs->FindNext("UserMarried = True");
+  EXPECT_EQ(rs->Value("UserId"), Variant(int32_t{3}));
+  rs->FindPrevious("UserBirthday < #1/1/1989#");
+  EXPECT_EQ(rs->Value("UserId"), Variant(int32_t{2}));
+  rs->FindLast("UserSex Like 'M*'");
+  EXPECT_EQ(rs->Value("UserId"), Variant(int32_t{1}));
+  rs->FindFirst("UserId > 99");
+  EXPECT_TRUE(rs->NoMatch());
+  EXPECT_EQ(rs->Value("UserId"), Variant(int32_t{1}));  // where it was
+  EXPECT_EQ(ErrorNumberOf([&] { rs->FindFirst("UserId = = 2"); }), e::kSyntaxInCriteria);
+  rs->MoveFirst();
+  rs->MovePrevious();
+  EXPECT_TRUE(rs->Bof());
   EXPECT_EQ(db->GetTableDefs()->Item(Variant("Users"))->RecordCount(), 3);
 }
 
