@@ -17,6 +17,9 @@ packages=(
   # Rich text: Qt's document model, iconv code pages (libc), LibreOffice Writer
   # for the differential tests.
   qt6-base-dev libreoffice-writer-nogui
+  # Legacy Jet (.mdb) files: libmdb for the engine's read-only backend, the
+  # mdbtools programs the tests compare with, and npm to fetch a test file.
+  mdbtools-dev mdbtools npm
 )
 
 missing=()

@@ -174,6 +174,18 @@ const std::vector<Command>& Commands() {
        "\".MDB\" added to a name that does not end in it. Failures are reported by the\n"
        "library and end with status 1; nothing done before them is undone.\n",
        &RunDb},
+      {"migrate", "copy a legacy Jet (.mdb) database into a new database file",
+       "usage: qor migrate [--quiet] SOURCE TARGET\n"
+       "\n"
+       "Copies every user table of SOURCE (a Jet 3 or Jet 4 .mdb file, or any database\n"
+       "the engine opens) with its fields, indexes, properties and rows into TARGET, a\n"
+       "new database file of the embedded engine, and its stored queries as query\n"
+       "definitions. Shows a progress bar on standard error (--quiet: none) and prints\n"
+       "the tables with their row counts in source and target, and what could not be\n"
+       "carried over and why. TARGET must not exist (and is a file: ODBC data sources\n"
+       "are not taken). When the migration fails, or a table's row counts differ,\n"
+       "TARGET is removed and the exit status is 1.\n",
+       &RunMigrate},
   };
   return commands;
 }

@@ -47,6 +47,7 @@ int RunRegistry(const std::vector<std::string>& args);
 int RunIni(const std::vector<std::string>& args);
 int RunSchema(const std::vector<std::string>& args);
 int RunDb(const std::vector<std::string>& args);
+int RunMigrate(const std::vector<std::string>& args);
 
 }  // namespace qor::tool
 

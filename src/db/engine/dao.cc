@@ -91,6 +91,7 @@ const std::pair<int32_t, const char*> kTexts[] = {
     {3024, "Could not find file '|'."},
     {3026, "Not enough space on disk."},
     {3027, "Cannot update. Database or object is read-only."},
+    {3031, "Not a valid password."},
     {3043, "Disk or network error."},
     {3044,
      "'|' isn't a valid path. Make sure that the path name is spelled correctly and that "

@@ -90,6 +90,7 @@ inline constexpr int32_t kUpdateWithoutEdit = 3020;
 inline constexpr int32_t kDuplicate = 3022;
 inline constexpr int32_t kFileNotFound = 3024;
 inline constexpr int32_t kDiskFull = 3026;
+inline constexpr int32_t kInvalidPassword = 3031;
 inline constexpr int32_t kReadOnly = 3027;
 inline constexpr int32_t kInvalidArgument = 3001;
 inline constexpr int32_t kTableExists = 3010;

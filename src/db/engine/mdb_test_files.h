@@ -1,0 +1,21 @@
+// Legacy Jet files for the tests: the shared users.mdb, and fruit.mdb
+// taken from the npm package mdb 0.1.0 when npm can fetch it.
+#ifndef QOR_DB_ENGINE_MDB_TEST_FILES_H_
+#define QOR_DB_ENGINE_MDB_TEST_FILES_H_
+
+#include <string>
+#include <vector>
+
+namespace qor::dao::mdb {
+
+// The path of users.mdb (Jet 4, one table Users).
+std::string UsersMdb();
+// The path of fruit.mdb (Jet 4, five tables, stored queries), or "" when
+// it cannot be fetched; fetched once per test program.
+std::string FruitMdb();
+// Every file available.
+std::vector<std::string> LegacyFiles();
+
+}  // namespace qor::dao::mdb
+
+#endif  // QOR_DB_ENGINE_MDB_TEST_FILES_H_

@@ -1,0 +1,58 @@
+// Migration of a database, typically a legacy Jet file, into a new database
+// of the embedded engine: the work behind `qor migrate`.
+//
+// Every user table (not system, hidden or attached) is carried over by
+// qorDb::CloneTable with its fields, indexes, validation rules, display
+// properties and rows; the other stored properties (Description, ...) are
+// added after it, and stored queries whose SQL the source holds become
+// query definitions. What cannot be carried over is listed with the
+// reason, never dropped silently; CloneTable's own failures are reported
+// through the library's reporting (the current user interface).
+//
+// The target must not exist. A migration that fails, or whose target holds
+// a different number of rows than the source for any table, removes the
+// target (and the files the engine keeps beside it) and raises the error:
+// it never leaves a half-written database behind.
+#ifndef QOR_TOOLS_QOR_MIGRATE_H_
+#define QOR_TOOLS_QOR_MIGRATE_H_
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace qor::tool {
+
+struct MigrationReport {
+  struct Table {
+    std::string name;
+    int64_t source_rows = 0;
+    int64_t target_rows = 0;
+  };
+  std::vector<Table> tables;
+  // What was not carried over, each as "what: why".
+  std::vector<std::string> left_out;
+  int64_t queries = 0;  // query definitions carried over
+};
+
+// Told as the rows are copied (at each table's start and end, and every
+// 1000 rows): the table, the rows done in it, its row count, and the rows
+// done and to do over all tables.
+struct MigrationProgress {
+  std::string table;
+  int64_t table_done = 0;
+  int64_t table_rows = 0;
+  int64_t done = 0;
+  int64_t total = 0;
+};
+using ProgressFn = std::function<void(const MigrationProgress&)>;
+
+// Copies source into the new database file target. Raises qor::Error (the
+// engine's DAO numbers, 3204 when target exists) after removing what it
+// made.
+MigrationReport Migrate(const std::string& source, const std::string& target,
+                        const ProgressFn& progress = nullptr);
+
+}  // namespace qor::tool
+
+#endif  // QOR_TOOLS_QOR_MIGRATE_H_
