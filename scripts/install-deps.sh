@@ -17,6 +17,9 @@ packages=(
   # Rich text: Qt's document model, iconv code pages (libc), LibreOffice Writer
   # for the differential tests.
   qt6-base-dev libreoffice-writer-nogui
+  # ODBC: the driver manager, the SQLite driver (the embedded target) and
+  # psqlODBC with a PostgreSQL server that the tests start on loopback.
+  unixodbc unixodbc-dev libsqliteodbc odbc-postgresql postgresql
 )
 
 missing=()
