@@ -87,15 +87,25 @@ class qorDb : public Object {
 
   // ---- Structure table (structure_table.cc) ----------------------------------
 
+  // Appends a row per field and per index of pTdf to the structure table
+  // (blank name: "TableStructure"), creating it first when it is missing or
+  // pDeleteOld is set. An index of more than five fields ends the dump with
+  // False; the rows saved before it stay.
   bool DumpTableStructureToTable(dao::Database& pDb, dao::TableDef& pTdf,
                                  const Variant& pDumpTblName = Variant::Missing(),
                                  bool pDeleteOld = false, bool pDumpData = false,
                                  bool Verbose = false);
+  // Rebuilds the structure table from the tables whose Description holds
+  // TEMPLATE (any case); DATA in it sets their rows' DumpData.
   bool DumpAllTableStructuresToTable(dao::Database& pDb,
                                      const Variant& pDumpTblName = Variant::Missing(),
                                      bool Verbose = false);
+  // Creates the database PToDbPath (it must not exist) holding the
+  // TableStructures listing of the database at pFromDbPath: per table a
+  // RecordCount row, then a row per field.
   bool DumpTablesStructure(const Variant& PToDbPath,
                            const Variant& pFromDbPath = Variant::Missing(), bool Verbose = false);
+  // "dbText" for 10 and so on; "Unknown" for anything that is not a code.
   std::string FieldTypeString(const Variant& pFldType);
 
   // ---- Schema update (schema_update.cc) --------------------------------------
@@ -163,6 +173,9 @@ class qorDb : public Object {
                   bool pDestMustNOTexist = false, bool Verbose = false);
 
  private:
+  // The empty structure table (structure_table.cc), replacing an old one.
+  bool CreateStructureTable(dao::Database& pDb, const std::string& pTableName, bool Verbose);
+
   std::unique_ptr<qorProcs> procs_;
 };
 
