@@ -286,6 +286,8 @@ class OdbcBackend : public Backend {
   TableInfo Describe(const TableName& table) {
     TableInfo info;
     info.name = table.name;
+    // SQLite's own tables (sqlite_sequence) are listed as user tables.
+    if (vb::UCase(table.name).starts_with("SQLITE_")) info.attributes = kSystemObject;
     std::string schema = table.schema;
     std::string name = table.name;
     SQLCHAR* schema_arg = schema.empty() ? nullptr : Chars(schema);
@@ -305,7 +307,10 @@ class OdbcBackend : public Backend {
       field.size = IsTextType(field.type) && field.type != kMemo ? static_cast<int32_t>(size)
                                                                  : DefaultFieldSize(field.type);
       field.required = !row[10].IsNull() && vb::CLng(row[10]) == SQL_NO_NULLS;
-      if (row.size() > 12) field.default_value = Text(row[12]);
+      // A default of NULL, as some drivers report "no default", is none.
+      if (row.size() > 12 && vb::UCase(Text(row[12])) != "NULL") {
+        field.default_value = Text(row[12]);
+      }
       field.ordinal_position = static_cast<int32_t>(info.fields.size());
       info.fields.push_back(std::move(field));
     }
