@@ -42,6 +42,7 @@ int RunOpen(const std::vector<std::string>& args);
 int RunPrint(const std::vector<std::string>& args);
 int RunRegistry(const std::vector<std::string>& args);
 int RunIni(const std::vector<std::string>& args);
+int RunDeploy(const std::vector<std::string>& args);
 
 }  // namespace qor::tool
 
