@@ -72,6 +72,12 @@ TEST(OdbcSqliteTest, StatementsRecordsetsAndCatalog) {
   EXPECT_EQ(rs->RecordCount(), 2);
   EXPECT_EQ(ErrorOf([&] { rs->AddNew(); }).number(), e::kReadOnly);
 
+  // A transaction rolled back leaves nothing behind.
+  DBEngine::Get()->BeginTrans();
+  db->Execute("DELETE FROM \"ORDERS\"");
+  EXPECT_EQ(db->RecordsAffected(), 2);
+  DBEngine::Get()->Rollback();
+
   // A table by name, found without regard to case.
   auto table_rs = db->OpenRecordset("orders");
   EXPECT_EQ(table_rs->RecordCount(), 2);
