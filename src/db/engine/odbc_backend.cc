@@ -17,6 +17,8 @@ namespace qor::dao::odbc {
 namespace {
 
 std::atomic<int> login_timeout{20};
+// The seconds a statement may run (DAO's Database.QueryTimeout default).
+constexpr intptr_t kQueryTimeout = 60;
 
 SQLCHAR* Chars(const std::string& text) {
   return reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str()));
@@ -207,10 +209,9 @@ class OdbcBackend : public Backend {
 
   Handle NewStatement() {
     Handle statement(SQL_HANDLE_STMT, Dbc().get());
-    if (LoginTimeout() > 0) {
-      auto timeout = reinterpret_cast<SQLPOINTER>(static_cast<intptr_t>(LoginTimeout()));
-      SQLSetStmtAttr(statement.get(), SQL_ATTR_QUERY_TIMEOUT, timeout, 0);
-    }
+    // A driver without query timeouts refuses the attribute; that is no error.
+    SQLSetStmtAttr(statement.get(), SQL_ATTR_QUERY_TIMEOUT,
+                   reinterpret_cast<SQLPOINTER>(kQueryTimeout), 0);
     return statement;
   }
 

@@ -41,8 +41,8 @@ class Database;
 namespace odbc {
 
 // The seconds a connection attempt may take (DAO's DBEngine.LoginTimeout,
-// 20 by default); also the timeout of every later request on the
-// connection. 0 waits without limit.
+// 20 by default); also the connection timeout of later requests other than
+// statements, which may run for 60 seconds. 0 waits without limit.
 int LoginTimeout();
 void SetLoginTimeout(int seconds);
 
