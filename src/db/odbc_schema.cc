@@ -184,8 +184,8 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
                       "Field: " + TextOf(rs->Value("ObjName")));
         return false;
       }
-      // An unknown type without Verbose leaves the type out; the server
-      // refuses the statement.
+      // An unknown type without Verbose leaves the type out; a server with
+      // typed columns refuses the statement (SQLite takes it).
       sql += db::Quoted(dialect, column.name) + " " + type.value_or("") +
              (type ? db::DefaultClause(dialect, column) : "") +
              (column.required ? " NOT NULL" : "");
