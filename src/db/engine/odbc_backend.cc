@@ -1,5 +1,7 @@
 #include "db/engine/odbc_backend.h"
 
+#include <dlfcn.h>
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -386,6 +388,11 @@ bool OdbcProvider::Accepts(const OpenRequest& request, std::string_view) const {
 }
 
 std::unique_ptr<Backend> OdbcProvider::Open(const OpenRequest& request) {
+  // The driver manager loads its installer library for each connection and
+  // unloads it after, orphaning the ini cache that library keeps in
+  // globals; loaded once for good it keeps its cache.
+  static void* installer = dlopen("libodbcinst.so.2", RTLD_NOW | RTLD_NODELETE);
+  (void)installer;
   return std::make_unique<OdbcBackend>(request);
 }
 
