@@ -20,6 +20,9 @@ packages=(
   # Legacy Jet (.mdb) files: libmdb for the engine's read-only backend, the
   # mdbtools programs the tests compare with, and npm to fetch a test file.
   mdbtools-dev mdbtools npm
+  # ODBC: the driver manager, the SQLite driver (the embedded target) and
+  # psqlODBC with a PostgreSQL server that the tests start on loopback.
+  unixodbc unixodbc-dev libsqliteodbc odbc-postgresql postgresql
 )
 
 missing=()

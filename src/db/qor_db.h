@@ -117,15 +117,34 @@ class qorDb : public Object {
 
   // ---- ODBC schema generation (odbc_schema.cc) -------------------------------
 
+  // Opens pODBCdb: pODBCsrc 1 is an ODBC data source (connect string
+  // "ODBC;UID=u;PWD=p;DSN=d", the user and password only when not blank,
+  // the password only with a user), 2 a database opened by its name pDsn.
   bool OpenConnectionODBC(int16_t pODBCsrc, std::shared_ptr<dao::Database>& pODBCdb,
                           const Variant& pDsn = Variant::Missing(),
                           const Variant& pUser = Variant::Missing(),
                           const Variant& pPasswd = Variant::Missing(), bool Verbose = false);
+  // Sends pSQL to the server unchanged (pass-through).
   bool ExecuteODBC(dao::Database& pDb, const std::string& pSQL, bool pIgnoreErrors = false,
                    bool Verbose = false);
+  // Describes pDb's template tables in the structure table, then drops and
+  // creates each on the server, one CREATE TABLE per table with its columns
+  // in the order of their names. The last CREATE statement is shown with
+  // ShowMessage whatever Verbose says.
   bool CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const Variant& pDsn,
                         const std::string& pUsr, const std::string& pPwd,
                         const Variant& pStrucTblName = Variant::Missing(), bool Verbose = false);
+  // The SQL dialect CreateODBCTables writes (sql_dialect.h): "Oracle" (the
+  // Oracle-type statements, the default), "PostgreSQL", "SQLite", "MySQL",
+  // "SQLServer", or "Auto" for the one of the server connected to. Setting
+  // an unknown name raises error 5.
+  std::string ODBCDialect() const { return odbc_dialect_; }
+  void SetODBCDialect(const Variant& pDialect);
+
+ private:
+  std::string odbc_dialect_ = "Oracle";
+
+ public:
 
   // ---- Field data, lock retry, temporary database (field_data.cc) ------------
 

@@ -186,6 +186,21 @@ const std::vector<Command>& Commands() {
        "are not taken). When the migration fails, or a table's row counts differ,\n"
        "TARGET is removed and the exit status is 1.\n",
        &RunMigrate},
+      {"deploy", "create an application database's template tables on a server",
+       "usage: qor deploy [--dsn DSN [--user U] [--password P]] [--dialect NAME]\n"
+       "                  [--target FILE] [--example FILE] [DATABASE]\n"
+       "\n"
+       "Describes the tables of DATABASE whose Description holds TEMPLATE in its\n"
+       "structure table and creates them on the server with qorDb.CreateODBCTables,\n"
+       "then prints each table as the server reports it. Without DATABASE it first\n"
+       "builds the example application database (--example, default example-app.mdb).\n"
+       "Without --dsn the server is the embedded default: the SQLite file --target\n"
+       "(default deployed.sqlite) through the SQLite ODBC driver, with a data source\n"
+       "written to .qor-odbc/odbc.ini beside it. --dialect chooses the SQL: Auto (the\n"
+       "server's own, the default here), Oracle (the Oracle-type statements),\n"
+       "PostgreSQL, SQLite, MySQL (MariaDB) or SQLServer. Exit status 1 when a table\n"
+       "could not be created.\n",
+       &RunDeploy},
   };
   return commands;
 }

@@ -48,6 +48,7 @@ int RunIni(const std::vector<std::string>& args);
 int RunSchema(const std::vector<std::string>& args);
 int RunDb(const std::vector<std::string>& args);
 int RunMigrate(const std::vector<std::string>& args);
+int RunDeploy(const std::vector<std::string>& args);
 
 }  // namespace qor::tool
 

@@ -1,8 +1,8 @@
 // The seam between the engine's object model and the stores it runs on.
 //
 // The object model (engine.h) is the same for every kind of database; what
-// differs is a Backend: SQLite files (sqlite_backend.h) first, later ODBC
-// data sources and read-only legacy Jet files. A Backend keeps the catalog
+// differs is a Backend: SQLite files (sqlite_backend.h), ODBC data sources
+// (odbc_backend.h), later read-only legacy Jet files. A Backend keeps the catalog
 // (tables, fields, indexes, stored queries, user-defined properties), runs
 // statements and opens Cursors, the row sources behind recordsets.
 //
@@ -161,8 +161,8 @@ class BackendProvider {
   virtual std::unique_ptr<Backend> Open(const OpenRequest& request) = 0;
 };
 
-// Adds a provider, asked before the ones added earlier. The SQLite
-// provider is always there.
+// Adds a provider, asked before the ones added earlier. The ODBC and
+// SQLite providers are always there.
 void RegisterBackendProvider(std::shared_ptr<BackendProvider> provider);
 std::vector<std::shared_ptr<BackendProvider>> BackendProviders();
 

@@ -126,6 +126,7 @@ const std::pair<int32_t, const char*> kTexts[] = {
      "The SELECT statement includes a reserved word or an argument name that is misspelled "
      "or missing, or the punctuation is incorrect."},
     {3144, "Syntax error in UPDATE statement."},
+    {3146, "ODBC--call failed."},
     {3151, "ODBC--connection to '|' failed."},
     {3159, "Not a valid bookmark."},
     {3163,

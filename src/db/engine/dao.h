@@ -120,6 +120,7 @@ inline constexpr int32_t kFieldNotUpdatable = 3164;
 inline constexpr int32_t kRecordDeleted = 3167;
 inline constexpr int32_t kFieldExists = 3191;
 inline constexpr int32_t kChangedByOther = 3197;
+inline constexpr int32_t kOdbcCallFailed = 3146;
 inline constexpr int32_t kOdbcConnectFailed = 3151;
 inline constexpr int32_t kDatabaseExists = 3204;
 inline constexpr int32_t kTableInUse = 3211;

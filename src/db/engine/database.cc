@@ -5,6 +5,7 @@
 
 #include "db/engine/engine.h"
 #include "db/engine/jet_lexer.h"
+#include "db/engine/odbc_backend.h"
 #include "db/engine/sqlite_backend.h"
 #include "frame/error.h"
 #include "frame/vb.h"
@@ -23,8 +24,8 @@ std::mutex& ProvidersMutex() {
   return mu;
 }
 std::vector<std::shared_ptr<BackendProvider>>& ProviderList() {
-  static auto* list =
-      new std::vector<std::shared_ptr<BackendProvider>>{std::make_shared<sqlite::SqliteProvider>()};
+  static auto* list = new std::vector<std::shared_ptr<BackendProvider>>{
+      std::make_shared<odbc::OdbcProvider>(), std::make_shared<sqlite::SqliteProvider>()};
   return *list;
 }
 
