@@ -1,8 +1,9 @@
 # qor_add_test(NAME SOURCES...)
 #
 # Adds a GoogleTest executable linked against the library and registers each
-# of its tests with CTest. Tests find the shared test data through the
-# QOR_SHARED_DIR environment variable and the qor program through QOR_BIN.
+# of its tests with CTest. Tests find the qor program through QOR_BIN, the
+# one variable set here (gtest_discover_tests splits a list of variables
+# apart); the shared test data is found by testing::SharedDir().
 function(qor_add_test name)
   if(NOT QOR_BUILD_TESTS)
     return()
@@ -12,6 +13,5 @@ function(qor_add_test name)
                                         Threads::Threads)
   gtest_discover_tests(${name}
     DISCOVERY_TIMEOUT 60
-    PROPERTIES ENVIRONMENT
-      "QOR_BIN=$<TARGET_FILE:qor>;QOR_SHARED_DIR=${PROJECT_SOURCE_DIR}/../shared;QOR_UI=headless")
+    PROPERTIES ENVIRONMENT "QOR_BIN=$<TARGET_FILE:qor>")
 endfunction()

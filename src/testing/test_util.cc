@@ -49,7 +49,7 @@ std::string QorBinary() {
 
 std::filesystem::path SharedDir() {
   const char* dir = std::getenv("QOR_SHARED_DIR");
-  return dir ? std::filesystem::path(dir) : std::filesystem::path("../shared");
+  return dir ? std::filesystem::path(dir) : std::filesystem::path(QOR_SHARED_DIR_DEFAULT);
 }
 
 int RunUnprivileged(const std::function<int()>& checks) {

@@ -65,7 +65,8 @@ int ErrorNumberOf(Fn&& fn) {
 
 // The qor program built with the tests (QOR_BIN).
 std::string QorBinary();
-// The shared folder with the test data (QOR_SHARED_DIR).
+// The shared folder with the test data: QOR_SHARED_DIR, else the shared
+// folder beside the source tree the build was configured from.
 std::filesystem::path SharedDir();
 
 // Runs checks as an unprivileged user: in this process when it is one, else

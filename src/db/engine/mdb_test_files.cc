@@ -8,12 +8,7 @@
 namespace qor::dao::mdb {
 
 std::string UsersMdb() {
-  // QOR_SHARED_DIR when the test runner sets it, else the folder the build
-  // was configured with.
-  std::filesystem::path shared = std::getenv("QOR_SHARED_DIR")
-                                     ? testing::SharedDir()
-                                     : std::filesystem::path(QOR_TEST_SHARED_DIR);
-  return (shared / "testdata/legacy/users.mdb").string();
+  return (testing::SharedDir() / "testdata/legacy/users.mdb").string();
 }
 
 std::string FruitMdb() {
