@@ -248,12 +248,7 @@ TEST_F(OdbcSchemaTest, LateBoundThroughQorAutomation) {
       {{"on", 3}, {"call", "ExecuteODBC"}, {"args", {obj(4), "INSERT INTO nowhere VALUES (1)"}}},
       {{"on", 3}, {"set", "ODBCDialect"}, {"value", "dBase"}},
   };
-  std::string script;
-  for (size_t i = 0; i < requests.size(); ++i) {
-    requests[i]["id"] = static_cast<int>(i + 1);
-    script += requests[i].dump() + "\n";
-  }
-  auto r = testing::RunAutomation<Json>(script);
+  auto r = testing::RunAutomationRequests<Json>(requests);
   ASSERT_EQ(r.size(), requests.size());
   for (size_t i = 0; i < 9; ++i) EXPECT_FALSE(r[i].contains("error")) << r[i].dump();
   EXPECT_EQ(r[4]["result"], "SQLite");

@@ -38,12 +38,7 @@ TEST(DbOperationsAutomation, ScriptCreatesReadsWritesClonesAndRetries) {
       {{"on", 1}, {"call", "RetryLock"}, {"args", {nullptr, true}}},
       {{"on", 1}, {"call", "OpenDatabase"}, {"args", {Nothing(), ""}}},
   };
-  std::string script;
-  for (size_t i = 0; i < requests.size(); ++i) {
-    requests[i]["id"] = static_cast<int>(i + 1);
-    script += requests[i].dump() + "\n";
-  }
-  auto r = testing::RunAutomation<Json>(script);
+  auto r = testing::RunAutomationRequests<Json>(requests);
   ASSERT_EQ(r.size(), requests.size());
   for (const Json& reply : r) EXPECT_FALSE(reply.contains("error")) << reply.dump();
   EXPECT_EQ(r[1]["result"], true);

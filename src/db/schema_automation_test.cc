@@ -42,12 +42,7 @@ TEST(SchemaAutomation, ScriptDumpsListsAndUpdates) {
       {{"on", 3}, {"call", "DumpTablesStructure"}, {"args", {"", path, true}}},
       {{"on", 3}, {"call", "CheckFieldExists"}, {"args", {Obj(2), "Orders", "Ref"}}},
   };
-  std::string script;
-  for (size_t i = 0; i < requests.size(); ++i) {
-    requests[i]["id"] = static_cast<int>(i + 1);
-    script += requests[i].dump() + "\n";
-  }
-  auto r = testing::RunAutomation<Json>(script);
+  auto r = testing::RunAutomationRequests<Json>(requests);
   ASSERT_EQ(r.size(), requests.size());
   for (const Json& reply : r) EXPECT_FALSE(reply.contains("error")) << reply.dump();
   EXPECT_EQ(r[3]["result"], true);

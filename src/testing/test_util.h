@@ -132,6 +132,20 @@ std::vector<JsonT> RunAutomation(const std::string& script) {
   return replies;
 }
 
+// Numbers the requests 1, 2, ... as their ids, runs them through RunAutomation
+// and expects one reply per request.
+template <typename JsonT>
+std::vector<JsonT> RunAutomationRequests(std::vector<JsonT> requests) {
+  std::string script;
+  for (size_t i = 0; i < requests.size(); ++i) {
+    requests[i]["id"] = static_cast<int>(i + 1);
+    script += requests[i].dump() + "\n";
+  }
+  std::vector<JsonT> replies = RunAutomation<JsonT>(script);
+  EXPECT_EQ(replies.size(), requests.size());
+  return replies;
+}
+
 }  // namespace qor::testing
 
 #endif  // QOR_TESTING_TEST_UTIL_H_

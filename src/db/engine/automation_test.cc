@@ -11,10 +11,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-std::vector<Json> RunHost(const std::string& script) {
-  return testing::RunAutomation<Json>(script);
-}
-
 Json Obj(int handle) { return Json{{"$", "Object"}, {"v", handle}}; }
 
 TEST(EngineAutomation, ScriptCreatesWalksAndWritesADatabase) {
@@ -46,12 +42,7 @@ TEST(EngineAutomation, ScriptCreatesWalksAndWritesADatabase) {
       {{"on", 8}, {"set", "Value"}, {"value", "B2"}},
       {{"on", 7}, {"call", "FindFirst"}, {"args", {"[Code] = \"A1"}}},
   };
-  std::string script;
-  for (size_t i = 0; i < requests.size(); ++i) {
-    requests[i]["id"] = static_cast<int>(i + 1);
-    script += requests[i].dump() + "\n";
-  }
-  auto r = RunHost(script);
+  auto r = testing::RunAutomationRequests<Json>(requests);
   ASSERT_EQ(r.size(), requests.size());
   for (size_t i = 0; i < 19; ++i) EXPECT_FALSE(r[i].contains("error")) << r[i].dump();
   EXPECT_EQ(r[1]["result"], Obj(2));

@@ -291,12 +291,7 @@ TEST(MdbAutomation, ScriptReadsALegacyFile) {
       {{"on", 2}, {"call", "OpenRecordset"}, {"args", {"Users"}}},  // 6
       {{"on", 6}, {"call", "AddNew"}},
   };
-  std::string script;
-  for (size_t i = 0; i < requests.size(); ++i) {
-    requests[i]["id"] = static_cast<int>(i + 1);
-    script += requests[i].dump() + "\n";
-  }
-  auto r = testing::RunAutomation<Json>(script);
+  auto r = testing::RunAutomationRequests<Json>(requests);
   ASSERT_EQ(r.size(), requests.size());
   EXPECT_EQ(r[5]["result"], "用户姓名") << r[5].dump();
   EXPECT_EQ(r[7]["error"]["number"], 3027) << r[7].dump();
