@@ -19,7 +19,6 @@ namespace {
 using db::CloseQuietly;
 
 // The text of a value (Null and Empty as "").
-std::string TextOf(const Variant& value) { return vb::ConcatText(value); }
 
 // The statement that reads the structure table's rows of one kind ("FIELD"
 // or "INDEX"), T written plainly.
@@ -40,13 +39,13 @@ std::map<std::string, std::vector<IndexRow>> ReadIndexRows(dao::Database& db,
   auto rs = db.OpenRecordset(StructureQuery(t, "INDEX"));
   try {
     for (; !rs->Eof(); rs->MoveNext()) {
-      IndexRow index{TextOf(TrimUpper(rs->Value("ObjName"))), {}};
+      IndexRow index{vb::ConcatText(TrimUpper(rs->Value("ObjName"))), {}};
       for (int i = 1; i <= 5; ++i) {
         Variant field = TrimUpper(rs->Value("ixFld" + std::to_string(i)));
         if (!field.IsNull()) index.fields.push_back(field.AsString());
       }
       if (!index.fields.empty()) {
-        indexes[TextOf(TrimUpper(rs->Value("TableName")))].push_back(std::move(index));
+        indexes[vb::ConcatText(TrimUpper(rs->Value("TableName")))].push_back(std::move(index));
       }
     }
   } catch (...) {
@@ -60,7 +59,7 @@ std::map<std::string, std::vector<IndexRow>> ReadIndexRows(dao::Database& db,
 }  // namespace
 
 void qorDb::SetODBCDialect(const Variant& pDialect) {
-  std::string name = TextOf(pDialect);
+  std::string name = vb::ConcatText(pDialect);
   if (vb::UCase(vb::Trim(name)) == "AUTO") {
     odbc_dialect_ = "Auto";
     return;
@@ -79,16 +78,16 @@ bool qorDb::OpenConnectionODBC(int16_t pODBCsrc, std::shared_ptr<dao::Database>&
     if (pODBCsrc == 1) {
       connect = "ODBC";
       if (IsNotBlank(pUser, false)) {
-        connect += ";UID=" + TextOf(pUser);
-        if (IsNotBlank(pPasswd, false)) connect += ";PWD=" + TextOf(pPasswd);
+        connect += ";UID=" + vb::ConcatText(pUser);
+        if (IsNotBlank(pPasswd, false)) connect += ";PWD=" + vb::ConcatText(pPasswd);
       }
-      connect += ";DSN=" + TextOf(pDsn);
+      connect += ";DSN=" + vb::ConcatText(pDsn);
     } else if (pODBCsrc != 2) {
       // No other kind of source exists.
       Raise(err::kInvalidCall);
     }
-    pODBCdb = dao::DBEngine::Get()->OpenDatabase(TextOf(pDsn), Variant(dao::kDriverNoPrompt),
-                                                 Variant(false), Variant(connect));
+    pODBCdb = dao::DBEngine::Get()->OpenDatabase(
+        vb::ConcatText(pDsn), Variant(dao::kDriverNoPrompt), Variant(false), Variant(connect));
     return true;
   });
 }
@@ -110,7 +109,8 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
   std::shared_ptr<dao::Recordset> rs;
   std::shared_ptr<dao::Database> server;
   bool result = Guard(reporter, false, [&] {
-    std::string t = IsBlank(pStrucTblName, false) ? "TableStructure" : TextOf(pStrucTblName);
+    std::string t =
+        IsBlank(pStrucTblName, false) ? "TableStructure" : vb::ConcatText(pStrucTblName);
     t = vb::Trim(t);
     if (!DumpAllTableStructuresToTable(pDb, Variant(t), Verbose)) {
       reporter.Fail("Error creating structure table");
@@ -162,9 +162,9 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
     };
 
     rs->MoveFirst();
-    start(TextOf(TrimUpper(rs->Value("TableName"))));
+    start(vb::ConcatText(TrimUpper(rs->Value("TableName"))));
     while (!rs->Eof()) {
-      std::string name = TextOf(TrimUpper(rs->Value("TableName")));
+      std::string name = vb::ConcatText(TrimUpper(rs->Value("TableName")));
       if (name != table) {
         if (!finish(false)) return false;
         start(name);
@@ -172,7 +172,7 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
       if (!first) sql += ", ";
       first = false;
       db::Column column;
-      column.name = TextOf(TrimUpper(rs->Value("ObjName")));
+      column.name = vb::ConcatText(TrimUpper(rs->Value("ObjName")));
       column.type = rs->Value("ObjDataType");
       column.size = rs->Value("ObjLen");
       column.default_value = rs->Value("ObjDefaultValue");
@@ -180,8 +180,8 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
       column.counter = IsTrue(rs->Value("IsCounter"));
       std::optional<std::string> type = db::ColumnType(dialect, column);
       if (!type && Verbose) {
-        reporter.Fail("Unknown field type: " + TextOf(column.type), "Table: " + table,
-                      "Field: " + TextOf(rs->Value("ObjName")));
+        reporter.Fail("Unknown field type: " + vb::ConcatText(column.type), "Table: " + table,
+                      "Field: " + vb::ConcatText(rs->Value("ObjName")));
         return false;
       }
       // An unknown type without Verbose leaves the type out; a server with

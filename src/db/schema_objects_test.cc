@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "db/qor_db.h"
+#include "db/test_databases.h"
 #include "frame/error.h"
 #include "testing/test_util.h"
 
@@ -23,11 +24,7 @@ class SchemaObjectsTest : public ::testing::Test {
     return db_->GetTableDefs()->Item(name);
   }
   // The texts of the message boxes shown since the last call.
-  std::vector<std::string> Boxes() {
-    std::vector<std::string> texts;
-    for (const auto& e : ui_->TakeEvents()) texts.push_back(e.Field("text").AsString());
-    return texts;
-  }
+  std::vector<std::string> Boxes() { return db::test::TakeBoxTexts(ui_); }
 
   testing::TempDir dir_;
   testing::ScriptedUi ui_;

@@ -46,10 +46,6 @@ std::optional<std::string> ReadFileToEdit(const std::string& path) {
   return content;
 }
 
-std::string TextOf(const Variant& value) {
-  return value.IsNull() || value.IsEmpty() || value.IsMissing() ? "" : vb::CStr(value);
-}
-
 }  // namespace
 
 bool qorForms::RichTextForm(Variant& text_rtf, const std::string& filename_to_load,
@@ -63,7 +59,7 @@ bool qorForms::RichTextForm(Variant& text_rtf, const std::string& filename_to_lo
     request.print = print_allow;
     std::optional<std::string> loaded;
     if (IsNotBlank(Variant(filename_to_load), true)) loaded = ReadFileToEdit(filename_to_load);
-    request.text = loaded ? std::move(*loaded) : TextOf(text_rtf);
+    request.text = loaded ? std::move(*loaded) : vb::ConcatText(text_rtf);
 
     std::optional<std::string> edited = ui::Current().RichText(request);
     if (!edited) return false;

@@ -8,10 +8,8 @@ namespace qor {
 
 namespace {
 
-std::string PartText(const Variant& part) { return part.IsNull() ? std::string() : vb::CStr(part); }
-
 void ShowParts(const Variant& part1, const Variant& part2, const Variant& part3, int icon) {
-  std::string p1 = PartText(part1), p2 = PartText(part2), p3 = PartText(part3);
+  std::string p1 = vb::ConcatText(part1), p2 = vb::ConcatText(part2), p3 = vb::ConcatText(part3);
   qorForms forms;
   forms.MsgGrunt(p1, p2, p3, 0, static_cast<int16_t>(icon), 1);
 }

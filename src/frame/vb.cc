@@ -337,7 +337,9 @@ std::string BoolText(bool b) { return b ? "True" : "False"; }
 
 // ---- Conversions -------------------------------------------------------------
 
-std::string ConcatText(const Variant& v) { return v.IsNull() ? std::string() : CStr(v); }
+std::string ConcatText(const Variant& v) {
+  return v.IsNull() || v.IsMissing() ? std::string() : CStr(v);
+}
 
 std::string CStr(const Variant& v) {
   switch (v.type()) {

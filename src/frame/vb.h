@@ -50,8 +50,8 @@ double Val(std::string_view text);
 // ---- Conversions -------------------------------------------------------------
 
 std::string CStr(const Variant& v);
-// The text the & operator joins for a value: "" for Null (and Empty), else
-// CStr. Objects and arrays raise 13, as with &.
+// The text the & operator joins for a value: "" for Null, Empty and a missing
+// argument, else CStr. Objects and arrays raise 13, as with &.
 std::string ConcatText(const Variant& v);
 double CDbl(const Variant& v);
 float CSng(const Variant& v);

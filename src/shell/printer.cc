@@ -14,8 +14,6 @@ namespace {
 // The printer SetPrinter replaced, for ReSetPrinter on the same thread.
 thread_local std::string remembered_printer;
 
-std::string TextOrEmpty(const Variant& v) { return v.IsNull() ? "" : vb::CStr(v); }
-
 }  // namespace
 
 namespace shell {
@@ -76,21 +74,21 @@ Variant qorWinAPIPrinter::GetDefaultPrinter() {
   std::string device = profile_->GetDevice();
   if (device.empty()) return Variant::Null();
   Variant text(device);
-  PrinterRecord record{TextOrEmpty(shell::ahtGetToken(text, ",", 1)),
-                       TextOrEmpty(shell::ahtGetToken(text, ",", 2)),
-                       TextOrEmpty(shell::ahtGetToken(text, ",", 3))};
+  PrinterRecord record{vb::ConcatText(shell::ahtGetToken(text, ",", 1)),
+                       vb::ConcatText(shell::ahtGetToken(text, ",", 2)),
+                       vb::ConcatText(shell::ahtGetToken(text, ",", 3))};
   return Variant(record.Device());
 }
 
 bool qorWinAPIPrinter::SetDefaultPrinter(const Variant& printer) {
-  return profile_->SetDevice(TextOrEmpty(printer));
+  return profile_->SetDevice(vb::ConcatText(printer));
 }
 
 bool qorWinAPIPrinter::SetPrinter(const Variant& printer) {
   Variant chosen = printer;
   if (IsBlank(chosen, false)) chosen = Variant(SelectPrinter("Please select printer"));
   if (IsBlank(chosen, false)) return false;
-  remembered_printer = TextOrEmpty(GetDefaultPrinter());
+  remembered_printer = vb::ConcatText(GetDefaultPrinter());
   return SetDefaultPrinter(chosen);
 }
 
@@ -109,9 +107,9 @@ std::vector<qorWinAPIPrinter::PrinterRecord> qorWinAPIPrinter::ListPrinters() {
   for (int16_t i = 1; i <= count; ++i) {
     Variant entry = shell::ahtGetToken(section, nul, i);
     Variant rest = shell::ahtGetToken(entry, "=", 2);
-    printers.push_back({TextOrEmpty(shell::ahtGetToken(entry, "=", 1)),
-                        TextOrEmpty(shell::ahtGetToken(rest, ",", 1)),
-                        TextOrEmpty(shell::ahtGetToken(rest, ",", 2))});
+    printers.push_back({vb::ConcatText(shell::ahtGetToken(entry, "=", 1)),
+                        vb::ConcatText(shell::ahtGetToken(rest, ",", 1)),
+                        vb::ConcatText(shell::ahtGetToken(rest, ",", 2))});
   }
   return printers;
 }

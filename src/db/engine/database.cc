@@ -14,7 +14,6 @@ namespace qor::dao {
 
 namespace {
 
-std::string TextOf(const Variant& v) { return v.IsMissing() || v.IsNull() ? "" : vb::CStr(v); }
 int32_t NumberOr(const Variant& v, int32_t fallback) {
   return v.IsMissing() || v.IsNull() || v.IsEmpty() ? fallback : vb::CLng(v);
 }
@@ -159,12 +158,12 @@ std::shared_ptr<TableDef> Database::CreateTableDef(const Variant& name, const Va
                                                    const Variant& source_table,
                                                    const Variant& connect) {
   backend();
-  return std::make_shared<TableDef>(TextOf(name), NumberOr(attributes, 0), TextOf(source_table),
-                                    TextOf(connect));
+  return std::make_shared<TableDef>(vb::ConcatText(name), NumberOr(attributes, 0),
+                                    vb::ConcatText(source_table), vb::ConcatText(connect));
 }
 
 std::shared_ptr<QueryDef> Database::CreateQueryDef(const Variant& name, const Variant& sql) {
-  auto query = std::make_shared<QueryDef>(TextOf(name), TextOf(sql));
+  auto query = std::make_shared<QueryDef>(vb::ConcatText(name), vb::ConcatText(sql));
   if (!query->Name().empty()) {
     GetQueryDefs()->Append(query);
   } else {
@@ -285,7 +284,7 @@ std::shared_ptr<Database> DBEngine::OpenDatabase(std::string_view name, const Va
   RegisterEngineErrors();
   OpenRequest request;
   request.name = std::string(name);
-  request.connect = TextOf(connect);
+  request.connect = vb::ConcatText(connect);
   if (options.IsBoolean()) {
     request.exclusive = options.AsBoolean();
   } else if (options.IsNumber()) {

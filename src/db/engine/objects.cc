@@ -42,8 +42,6 @@ VarType KindOf(int type) {
   }
 }
 
-std::string TextOf(const Variant& v) { return v.IsMissing() || v.IsNull() ? "" : vb::CStr(v); }
-
 // Runs change on info, stores it through save, and puts info back when the
 // store refuses.
 template <typename Info, typename Change, typename Save>
@@ -120,7 +118,7 @@ std::shared_ptr<Properties> PropertyOwner::GetProperties() {
 std::shared_ptr<Property> PropertyOwner::CreateProperty(const Variant& name, const Variant& type,
                                                         const Variant& value) {
   PropertyInfo info;
-  info.name = TextOf(name);
+  info.name = vb::ConcatText(name);
   info.type = type.IsMissing() ? kText : vb::CLng(type);
   info.value = value.IsMissing() ? Variant::Null() : value;
   return std::make_shared<Property>(std::move(info));
@@ -335,15 +333,15 @@ Variant Field::GetBuiltIn(std::string_view name) {
 }
 
 void Field::SetBuiltIn(std::string_view name, const Variant& v) {
-  if (SameName(name, "Name")) return SetName(TextOf(v));
+  if (SameName(name, "Name")) return SetName(vb::ConcatText(v));
   if (SameName(name, "Type")) return SetType(vb::CInt(v));
   if (SameName(name, "Size")) return SetSize(vb::CLng(v));
   if (SameName(name, "Attributes")) return SetAttributes(vb::CLng(v));
   if (SameName(name, "Required")) return SetRequired(vb::CBool(v));
   if (SameName(name, "AllowZeroLength")) return SetAllowZeroLength(vb::CBool(v));
-  if (SameName(name, "DefaultValue")) return SetDefaultValue(TextOf(v));
-  if (SameName(name, "ValidationRule")) return SetValidationRule(TextOf(v));
-  if (SameName(name, "ValidationText")) return SetValidationText(TextOf(v));
+  if (SameName(name, "DefaultValue")) return SetDefaultValue(vb::ConcatText(v));
+  if (SameName(name, "ValidationRule")) return SetValidationRule(vb::ConcatText(v));
+  if (SameName(name, "ValidationText")) return SetValidationText(vb::ConcatText(v));
   if (SameName(name, "Value")) return SetValue(v);
   Fail(e::kInvalidOperation);
 }
@@ -375,7 +373,7 @@ std::shared_ptr<Fields> Index::GetFields() {
 std::shared_ptr<Field> Index::CreateField(const Variant& name, const Variant& type,
                                           const Variant& size) {
   FieldInfo info;
-  info.name = TextOf(name);
+  info.name = vb::ConcatText(name);
   info.type = type.IsMissing() || type.IsNull() ? kText : vb::CInt(type);
   info.size = size.IsMissing() || size.IsNull() ? 0 : vb::CLng(size);
   info.attributes = 0;
@@ -466,7 +464,7 @@ Variant Index::GetBuiltIn(std::string_view name) {
 }
 
 void Index::SetBuiltIn(std::string_view name, const Variant& v) {
-  if (SameName(name, "Name")) return SetName(TextOf(v));
+  if (SameName(name, "Name")) return SetName(vb::ConcatText(v));
   if (SameName(name, "Primary")) return SetPrimary(vb::CBool(v));
   if (SameName(name, "Unique")) return SetUnique(vb::CBool(v));
   if (SameName(name, "IgnoreNulls")) return SetIgnoreNulls(vb::CBool(v));
@@ -583,7 +581,7 @@ void TableDef::Load(const TableInfo& info, std::weak_ptr<Database> db) {
 std::shared_ptr<Field> TableDef::CreateField(const Variant& name, const Variant& type,
                                              const Variant& size) {
   FieldInfo info;
-  info.name = TextOf(name);
+  info.name = vb::ConcatText(name);
   info.type = type.IsMissing() || type.IsNull() ? kText : vb::CInt(type);
   info.size = size.IsMissing() || size.IsNull() ? 0 : vb::CLng(size);
   if (info.size == 0) info.size = DefaultFieldSize(info.type);
@@ -593,7 +591,7 @@ std::shared_ptr<Field> TableDef::CreateField(const Variant& name, const Variant&
 }
 
 std::shared_ptr<Index> TableDef::CreateIndex(const Variant& name) {
-  return std::make_shared<Index>(TextOf(name));
+  return std::make_shared<Index>(vb::ConcatText(name));
 }
 
 std::shared_ptr<Recordset> TableDef::OpenRecordset(const Variant& type, const Variant& options) {
@@ -673,10 +671,10 @@ Variant TableDef::GetBuiltIn(std::string_view name) {
 }
 
 void TableDef::SetBuiltIn(std::string_view name, const Variant& v) {
-  if (SameName(name, "Name")) return SetName(TextOf(v));
+  if (SameName(name, "Name")) return SetName(vb::ConcatText(v));
   if (SameName(name, "Attributes")) return SetAttributes(vb::CLng(v));
-  if (SameName(name, "ValidationRule")) return SetValidationRule(TextOf(v));
-  if (SameName(name, "ValidationText")) return SetValidationText(TextOf(v));
+  if (SameName(name, "ValidationRule")) return SetValidationRule(vb::ConcatText(v));
+  if (SameName(name, "ValidationText")) return SetValidationText(vb::ConcatText(v));
   Fail(e::kInvalidOperation);
 }
 
@@ -752,8 +750,8 @@ Variant QueryDef::GetBuiltIn(std::string_view name) {
 }
 
 void QueryDef::SetBuiltIn(std::string_view name, const Variant& v) {
-  if (SameName(name, "Name")) return SetName(TextOf(v));
-  if (SameName(name, "SQL")) return SetSQL(TextOf(v));
+  if (SameName(name, "Name")) return SetName(vb::ConcatText(v));
+  if (SameName(name, "SQL")) return SetSQL(vb::ConcatText(v));
   Fail(e::kInvalidOperation);
 }
 
