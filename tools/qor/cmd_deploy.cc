@@ -24,13 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const Command& DeployCommand() {
-  for (const Command& c : Commands()) {
-    if (std::string(c.name) == "deploy") return c;
-  }
-  return Commands().front();
-}
-
 struct Options {
   std::string database;  // the application database; "" builds the example
   std::string example = "example-app.mdb";
@@ -186,7 +179,7 @@ int Deploy(const Options& options) {
 }  // namespace
 
 int RunDeploy(const std::vector<std::string>& args) {
-  const Command& command = DeployCommand();
+  const Command& command = FindCommand("deploy");
   if (WantsHelp(args)) {
     std::fputs(command.usage, stdout);
     return 0;

@@ -15,13 +15,6 @@ namespace qor::tool {
 
 namespace {
 
-const Command& MigrateCommand() {
-  for (const Command& c : Commands()) {
-    if (std::string_view(c.name) == "migrate") return c;
-  }
-  return Commands().front();
-}
-
 // Draws the bar on one terminal line, redrawn in place; without a terminal
 // it writes one line per table when the table is done.
 class ProgressBar {
@@ -82,7 +75,7 @@ void PrintSummary(const std::string& source, const std::string& target,
 }  // namespace
 
 int RunMigrate(const std::vector<std::string>& args) {
-  const Command& command = MigrateCommand();
+  const Command& command = FindCommand("migrate");
   bool quiet = false;
   std::vector<std::string> paths;
   for (const std::string& a : args) {

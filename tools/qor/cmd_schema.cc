@@ -22,13 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const Command& Me() {
-  for (const Command& c : Commands()) {
-    if (std::string(c.name) == "schema") return c;
-  }
-  return Commands().front();
-}
-
 // A folder of its own under the temporary folder, removed when it goes.
 class ScratchFolder {
  public:
@@ -139,12 +132,12 @@ bool DatabaseExists(const std::string& path) {
 }  // namespace
 
 int RunSchema(const std::vector<std::string>& args) {
-  if (args.empty()) return UsageError(Me(), "missing action");
+  if (args.empty()) return UsageError(FindCommand("schema"), "missing action");
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
   bool verbose = std::erase(rest, std::string("--verbose")) > 0;
   for (const std::string& a : rest) {
-    if (a.starts_with("--")) return UsageError(Me(), "unknown option '" + a + "'");
+    if (a.starts_with("--")) return UsageError(FindCommand("schema"), "unknown option '" + a + "'");
   }
   if (action == "list" && rest.size() == 1 && !verbose) {
     return DatabaseExists(rest[0]) ? List(rest[0]) : 1;
@@ -155,7 +148,7 @@ int RunSchema(const std::vector<std::string>& args) {
   if (action == "update" && rest.size() == 2) {
     return DatabaseExists(rest[0]) ? Update(rest[0], rest[1], verbose) : 1;
   }
-  return UsageError(Me(), "unknown action or wrong arguments");
+  return UsageError(FindCommand("schema"), "unknown action or wrong arguments");
 }
 
 }  // namespace qor::tool
