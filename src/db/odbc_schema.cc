@@ -18,8 +18,6 @@ namespace {
 
 using db::CloseQuietly;
 
-// The text of a value (Null and Empty as "").
-
 // The statement that reads the structure table's rows of one kind ("FIELD"
 // or "INDEX"), T written plainly.
 std::string StructureQuery(const std::string& t, const std::string& kind) {
@@ -27,19 +25,15 @@ std::string StructureQuery(const std::string& t, const std::string& kind) {
          "ORDER BY " + t + ".TableName " + ", " + t + ".ObjType " + ", " + t + ".ObjName " + ";";
 }
 
-struct IndexRow {
-  std::string name;
-  std::vector<std::string> fields;
-};
-
 // The INDEX rows of the structure table by TrimUpper of the table name.
-std::map<std::string, std::vector<IndexRow>> ReadIndexRows(dao::Database& db,
-                                                           const std::string& t) {
-  std::map<std::string, std::vector<IndexRow>> indexes;
+std::map<std::string, std::vector<db::IndexSpec>> ReadIndexRows(dao::Database& db,
+                                                                const std::string& t) {
+  std::map<std::string, std::vector<db::IndexSpec>> indexes;
   auto rs = db.OpenRecordset(StructureQuery(t, "INDEX"));
   try {
     for (; !rs->Eof(); rs->MoveNext()) {
-      IndexRow index{vb::ConcatText(TrimUpper(rs->Value("ObjName"))), {}};
+      db::IndexSpec index;
+      index.name = vb::ConcatText(TrimUpper(rs->Value("ObjName")));
       for (int i = 1; i <= 5; ++i) {
         Variant field = TrimUpper(rs->Value("ixFld" + std::to_string(i)));
         if (!field.IsNull()) index.fields.push_back(field.AsString());
@@ -131,7 +125,7 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
                               ? db::DialectOfServer(dao::odbc::DbmsName(*server))
                               : *db::DialectNamed(odbc_dialect_);
     // The Oracle-type statements create fields only.
-    std::map<std::string, std::vector<IndexRow>> indexes;
+    std::map<std::string, std::vector<db::IndexSpec>> indexes;
     if (dialect != db::Dialect::kOracle) indexes = ReadIndexRows(pDb, t);
 
     std::string table;  // N
@@ -152,7 +146,7 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
         return false;
       }
       for (const auto& index : indexes[table]) {
-        std::string create = db::CreateIndexStatement(dialect, table, index.name, index.fields);
+        std::string create = db::CreateIndexStatement(dialect, table, index);
         if (!ExecuteODBC(*server, create, false, Verbose)) {
           reporter.Fail("Index SQL execute error");
           return false;
@@ -186,9 +180,7 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
       }
       // An unknown type without Verbose leaves the type out; a server with
       // typed columns refuses the statement (SQLite takes it).
-      sql += db::Quoted(dialect, column.name) + " " + type.value_or("") +
-             (type ? db::DefaultClause(dialect, column) : "") +
-             (column.required ? " NOT NULL" : "");
+      sql += db::ColumnDefinition(dialect, column);
       rs->MoveNext();
     }
     return finish(true);

@@ -307,8 +307,15 @@ TEST(SqlDialectTest, TypeNamesAndDefaults) {
   EXPECT_EQ(def(Dialect::kSQLServer, dao::kDate, "Now()"), " DEFAULT CURRENT_TIMESTAMP");
   EXPECT_EQ(def(Dialect::kPostgreSQL, dao::kLong, "Nz(1)"), "");
   EXPECT_EQ(db::DropTableStatement(Dialect::kMySQL, "ORDERS"), "DROP TABLE IF EXISTS `ORDERS`;");
-  EXPECT_EQ(db::CreateIndexStatement(Dialect::kPostgreSQL, "ORDERS", "BYCUST", {"A", "B"}),
-            "CREATE INDEX \"ORDERS_BYCUST\" ON \"ORDERS\" (\"A\", \"B\");");
+  EXPECT_EQ(
+      db::CreateIndexStatement(Dialect::kPostgreSQL, "ORDERS", {"BYCUST", {"A", "B"}, {}, false}),
+      "CREATE INDEX \"ORDERS_BYCUST\" ON \"ORDERS\" (\"A\", \"B\");");
+  EXPECT_EQ(db::CreateIndexStatement(Dialect::kMySQL, "T", {"U", {"A", "B"}, {true}, true}),
+            "CREATE UNIQUE INDEX `T_U` ON `T` (`A` DESC, `B`);");
+  EXPECT_EQ(db::TextLiteral(Dialect::kMySQL, "a\\'b"), "'a\\\\''b'");
+  EXPECT_EQ(db::CommentStatement(Dialect::kPostgreSQL, "T", "c", "it's"),
+            "COMMENT ON COLUMN \"T\".\"c\" IS 'it''s';");
+  EXPECT_EQ(db::CommentStatement(Dialect::kSQLite, "T", "", "x"), "");
 
   EXPECT_EQ(db::DialectNamed("mariadb"), Dialect::kMySQL);
   EXPECT_EQ(db::DialectNamed(""), Dialect::kOracle);

@@ -143,7 +143,7 @@ std::string DefaultClause(Dialect dialect, const Column& column) {
     return dao::IsTextType(row->code) ? " DEFAULT '" + value + "'" : " DEFAULT " + value;
   }
   if (dao::IsTextType(row->code) || row->code == dao::kGUID) {
-    return " DEFAULT '" + vb::Replace(JetText(value), "'", "''") + "'";
+    return " DEFAULT " + TextLiteral(dialect, JetText(value));
   }
   // Numbers go as they are; an expression the server would not read is
   // left out.
@@ -162,15 +162,46 @@ std::string DropTableStatement(Dialect dialect, std::string_view table) {
   return "DROP TABLE IF EXISTS " + Quoted(dialect, table) + ";";
 }
 
-std::string CreateIndexStatement(Dialect dialect, std::string_view table, std::string_view index,
-                                 const std::vector<std::string>& fields) {
-  std::string sql = "CREATE INDEX " +
-                    Quoted(dialect, std::string(table) + "_" + std::string(index)) + " ON " +
+std::string ColumnDefinition(Dialect dialect, const Column& column) {
+  std::optional<std::string> type = ColumnType(dialect, column);
+  return Quoted(dialect, column.name) + " " + type.value_or("") +
+         (type ? DefaultClause(dialect, column) : "") + (column.required ? " NOT NULL" : "");
+}
+
+std::string TextLiteral(Dialect dialect, std::string_view text) {
+  std::string escaped(text);
+  if (dialect == Dialect::kMySQL) escaped = vb::Replace(escaped, "\\", "\\\\");
+  return "'" + vb::Replace(escaped, "'", "''") + "'";
+}
+
+std::string CreateIndexStatement(Dialect dialect, std::string_view table, const IndexSpec& index) {
+  std::string sql = std::string(index.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") +
+                    Quoted(dialect, std::string(table) + "_" + index.name) + " ON " +
                     Quoted(dialect, table) + " (";
-  for (size_t i = 0; i < fields.size(); ++i) {
-    sql += (i ? ", " : "") + Quoted(dialect, fields[i]);
+  for (size_t i = 0; i < index.fields.size(); ++i) {
+    bool descending = i < index.descending.size() && index.descending[i];
+    sql += (i ? ", " : "") + Quoted(dialect, index.fields[i]) + (descending ? " DESC" : "");
   }
   return sql + ");";
+}
+
+std::string CommentStatement(Dialect dialect, std::string_view table, std::string_view column,
+                             std::string_view text) {
+  if (dialect != Dialect::kPostgreSQL) return "";
+  std::string target = column.empty()
+                           ? "TABLE " + Quoted(dialect, table)
+                           : "COLUMN " + Quoted(dialect, table) + "." + Quoted(dialect, column);
+  return "COMMENT ON " + target + " IS " + TextLiteral(dialect, text) + ";";
+}
+
+std::string ResetCounterStatement(Dialect dialect, std::string_view table,
+                                  std::string_view column) {
+  if (dialect != Dialect::kPostgreSQL) return "";
+  // The sequence function reads its first argument as SQL (quotes keep the
+  // case) and its second as the column's name itself.
+  return "SELECT setval(pg_get_serial_sequence(" + TextLiteral(dialect, Quoted(dialect, table)) +
+         ", " + TextLiteral(dialect, column) + "), COALESCE(MAX(" + Quoted(dialect, column) +
+         "), 0) + 1, false) FROM " + Quoted(dialect, table) + ";";
 }
 
 }  // namespace qor::db

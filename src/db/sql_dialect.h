@@ -56,12 +56,40 @@ std::string DefaultClause(Dialect dialect, const Column& column);
 std::string Quoted(Dialect dialect, std::string_view name);
 // The statement that removes an old table before it is created again.
 std::string DropTableStatement(Dialect dialect, std::string_view table);
-// The statement that creates an index of the structure table (dialects
-// other than the Oracle type, which creates none): its name is the table's
-// and the index's joined by "_", since some servers keep one name space
-// of indexes for all tables.
-std::string CreateIndexStatement(Dialect dialect, std::string_view table, std::string_view index,
-                                 const std::vector<std::string>& fields);
+// The column as CREATE TABLE lists it: the quoted name, the type, the
+// default and NOT NULL. A type the dialect has no name for is left out
+// (see ColumnType).
+std::string ColumnDefinition(Dialect dialect, const Column& column);
+
+// A text between single quotes, a quote inside doubled (and, for MySQL, a
+// backslash too).
+std::string TextLiteral(Dialect dialect, std::string_view text);
+
+// An index to create: its fields in order, each ascending unless marked in
+// descending (which may be shorter than fields).
+struct IndexSpec {
+  std::string name;
+  std::vector<std::string> fields;
+  std::vector<bool> descending;
+  bool unique = false;
+};
+
+// The statement that creates an index (dialects other than the Oracle
+// type, whose statements create none): its name is the table's and the
+// index's joined by "_", since some servers keep one name space of indexes
+// for all tables.
+std::string CreateIndexStatement(Dialect dialect, std::string_view table, const IndexSpec& index);
+
+// The statement that stores text as the comment of a table (column empty)
+// or of one of its columns, or "" for a dialect that keeps no comments
+// that way (all but PostgreSQL).
+std::string CommentStatement(Dialect dialect, std::string_view table, std::string_view column,
+                             std::string_view text);
+
+// The statement that sets the next value of a counter column past the
+// largest value in the table, for a dialect whose identity columns do not
+// follow the values written into them (PostgreSQL); "" for the others.
+std::string ResetCounterStatement(Dialect dialect, std::string_view table, std::string_view column);
 
 }  // namespace qor::db
 

@@ -1,5 +1,6 @@
-// qor migrate: a legacy database into a new file of the embedded engine,
-// with a progress bar on standard error and a summary on standard output.
+// qor migrate: a legacy database into a new file of the embedded engine or
+// into an ODBC data source, with a progress bar on standard error and a
+// summary on standard output.
 
 #include <unistd.h>
 
@@ -53,12 +54,27 @@ class ProgressBar {
   int last_percent_ = -1;
 };
 
+// The target as it may be shown: a password in a connect string as "***".
+std::string Shown(const std::string& target) {
+  if (!IsServerTarget(target)) return target;
+  std::string shown;
+  size_t start = 0;
+  for (;;) {
+    size_t end = target.find(';', start);
+    std::string part = target.substr(start, end == std::string::npos ? end : end - start);
+    if (start > 0) shown += ";";
+    shown += vb::UCase(vb::Trim(part)).rfind("PWD=", 0) == 0 ? "PWD=***" : part;
+    if (end == std::string::npos) return shown;
+    start = end + 1;
+  }
+}
+
 void PrintSummary(const std::string& source, const std::string& target,
                   const MigrationReport& report) {
   size_t width = 5;
   for (const auto& t : report.tables) width = std::max(width, t.name.size());
   std::printf("Migrated %s to %s: %zu tables, %lld query definitions\n", source.c_str(),
-              target.c_str(), report.tables.size(), static_cast<long long>(report.queries));
+              Shown(target).c_str(), report.tables.size(), static_cast<long long>(report.queries));
   std::printf("%-*s %12s %12s\n", static_cast<int>(width), "table", "source rows", "target rows");
   for (const auto& t : report.tables) {
     std::printf("%-*s %12lld %12lld\n", static_cast<int>(width), t.name.c_str(),
@@ -88,9 +104,6 @@ int RunMigrate(const std::vector<std::string>& args) {
     }
   }
   if (paths.size() != 2) return UsageError(command, "needs a source and a target");
-  if (vb::UCase(paths[1]).rfind("ODBC;", 0) == 0) {
-    return UsageError(command, "TARGET must be a database file; ODBC data sources are not taken");
-  }
   ProgressBar bar(quiet);
   try {
     MigrationReport report =
@@ -102,7 +115,7 @@ int RunMigrate(const std::vector<std::string>& args) {
     bar.Finish();
     std::fprintf(stderr, "qor migrate: error %d: %s\n", error.number(),
                  error.description().c_str());
-    if (::access(paths[1].c_str(), F_OK) != 0) {
+    if (!IsServerTarget(paths[1]) && ::access(paths[1].c_str(), F_OK) != 0) {
       std::fprintf(stderr, "qor migrate: nothing was written to %s\n", paths[1].c_str());
     }
     return 1;

@@ -174,17 +174,24 @@ const std::vector<Command>& Commands() {
        "\".MDB\" added to a name that does not end in it. Failures are reported by the\n"
        "library and end with status 1; nothing done before them is undone.\n",
        &RunDb},
-      {"migrate", "copy a legacy Jet (.mdb) database into a new database file",
+      {"migrate", "copy a legacy Jet (.mdb) database into a new database file or a server",
        "usage: qor migrate [--quiet] SOURCE TARGET\n"
        "\n"
        "Copies every user table of SOURCE (a Jet 3 or Jet 4 .mdb file, or any database\n"
-       "the engine opens) with its fields, indexes, properties and rows into TARGET, a\n"
-       "new database file of the embedded engine, and its stored queries as query\n"
-       "definitions. Shows a progress bar on standard error (--quiet: none) and prints\n"
-       "the tables with their row counts in source and target, and what could not be\n"
-       "carried over and why. TARGET must not exist (and is a file: ODBC data sources\n"
-       "are not taken). When the migration fails, or a table's row counts differ,\n"
-       "TARGET is removed and the exit status is 1.\n",
+       "the engine opens) with its fields, indexes, properties and rows into TARGET.\n"
+       "Shows a progress bar on standard error (--quiet: none) and prints the tables\n"
+       "with their row counts in source and target, and what could not be carried\n"
+       "over and why. A table whose row counts differ is an error.\n"
+       "\n"
+       "TARGET is either a new database file of the embedded engine, which also gets\n"
+       "the stored queries as query definitions and must not exist, or an ODBC data\n"
+       "source given as a connect string, \"ODBC;DSN=name;UID=user;PWD=password\",\n"
+       "where the tables are created in the server's own SQL (descriptions become\n"
+       "comments on PostgreSQL) and none of them may exist yet.\n"
+       "\n"
+       "When the migration fails the exit status is 1 and nothing is left behind: the\n"
+       "new file is removed, the tables made on the server are dropped (any that\n"
+       "could not be are named).\n",
        &RunMigrate},
       {"deploy", "create an application database's template tables on a server",
        "usage: qor deploy [--dsn DSN [--user U] [--password P]] [--dialect NAME]\n"

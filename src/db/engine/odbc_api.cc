@@ -173,6 +173,12 @@ Variant ReadValue(const Handle& statement, SQLUSMALLINT column, int type) {
     case kBinary:
     case kLongBinary:
       return ReadLong(statement, column, SQL_C_BINARY);
+    case kGUID: {
+      // As Jet writes a GUID: upper case between braces.
+      Variant text = ReadLong(statement, column, SQL_C_CHAR);
+      if (text.IsNull() || text.AsString().size() != 36) return text;
+      return Variant("{" + vb::UCase(text.AsString()) + "}");
+    }
     default:
       return ReadLong(statement, column, SQL_C_CHAR);
   }

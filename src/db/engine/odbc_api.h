@@ -15,7 +15,11 @@
 #include "db/engine/dao.h"
 #include "frame/variant.h"
 
-namespace qor::dao::odbc {
+namespace qor::dao {
+
+class Database;
+
+namespace odbc {
 
 // The driver's diagnostic records on a handle, each as "message (SQLSTATE)",
 // joined by blanks; "" when there are none.
@@ -65,6 +69,12 @@ Result ReadResult(const Handle& statement);
 // The text of a value read from a catalog result ("" for Null).
 std::string Text(const Variant& value);
 
-}  // namespace qor::dao::odbc
+// The connection of an ODBC database for statements that change it;
+// raises 3251 when db is not an ODBC database, 3027 when it was opened
+// read-only.
+SQLHDBC WritableConnection(Database& db);
+
+}  // namespace odbc
+}  // namespace qor::dao
 
 #endif  // QOR_DB_ENGINE_ODBC_API_H_

@@ -129,6 +129,11 @@ class OdbcBackend : public Backend {
   bool read_only() const override { return read_only_; }
   std::string connect() const override { return connect_; }
 
+  SQLHDBC WritableConnection() {
+    if (read_only_) Fail(e::kReadOnly);
+    return Dbc().get();
+  }
+
   std::string DbmsName() {
     SQLCHAR text[256] = {};
     SQLSMALLINT length = 0;
@@ -381,6 +386,12 @@ void SetLoginTimeout(int seconds) { login_timeout.store(seconds < 0 ? 0 : second
 std::string DbmsName(Database& db) {
   auto* backend = dynamic_cast<OdbcBackend*>(&db.backend());
   return backend ? backend->DbmsName() : "";
+}
+
+SQLHDBC WritableConnection(Database& db) {
+  auto* backend = dynamic_cast<OdbcBackend*>(&db.backend());
+  if (!backend) Fail(e::kNotSupported);
+  return backend->WritableConnection();
 }
 
 bool OdbcProvider::Accepts(const OpenRequest& request, std::string_view) const {
