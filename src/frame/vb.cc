@@ -341,6 +341,13 @@ std::string ConcatText(const Variant& v) {
   return v.IsNull() || v.IsMissing() ? std::string() : CStr(v);
 }
 
+std::string BytesOf(const Variant& v) {
+  if (!v.IsArray()) return CStr(v);
+  std::string bytes;
+  for (const Variant& b : v.AsArray().elements()) bytes += static_cast<char>(CByte(b));
+  return bytes;
+}
+
 std::string CStr(const Variant& v) {
   switch (v.type()) {
     case VarType::kEmpty:

@@ -53,6 +53,9 @@ std::string CStr(const Variant& v);
 // The text the & operator joins for a value: "" for Null, Empty and a missing
 // argument, else CStr. Objects and arrays raise 13, as with &.
 std::string ConcatText(const Variant& v);
+// The bytes a binary value holds: the elements of an array of bytes (each
+// converted with CByte), or CStr of any other value.
+std::string BytesOf(const Variant& v);
 double CDbl(const Variant& v);
 float CSng(const Variant& v);
 int32_t CLng(const Variant& v);

@@ -100,11 +100,7 @@ class MigrateToPostgres : public ::testing::Test {
 // second.
 std::string Canonical(const Variant& v) {
   if (v.IsNull() || v.IsEmpty()) return "Null";
-  if (v.IsArray()) {
-    std::string bytes;
-    for (const Variant& b : v.AsArray().elements()) bytes += static_cast<char>(vb::CByte(b));
-    return "bytes:" + bytes;
-  }
+  if (v.IsArray()) return "bytes:" + vb::BytesOf(v);
   if (v.IsDate()) return "date:" + vb::DateText(v.AsDate());
   if (v.IsNumber() || v.IsBoolean()) return "number:" + vb::CStr(Variant(v.NumericValue()));
   return vb::CStr(v);

@@ -55,14 +55,6 @@ std::string CurrencyText(Currency c) {
   return text;
 }
 
-// The bytes of a binary value: a byte array, or a string taken as bytes.
-std::string BinaryBytes(const Variant& v) {
-  if (!v.IsArray()) return vb::CStr(v);
-  std::string bytes;
-  for (const Variant& b : v.AsArray().elements()) bytes += static_cast<char>(vb::CByte(b));
-  return bytes;
-}
-
 void SetText(Param& p, std::string text, SQLSMALLINT sql_type) {
   p.c_type = SQL_C_CHAR;
   p.sql_type = sql_type;
@@ -124,7 +116,7 @@ void Convert(const Variant& value, int type, Param& p) {
   if (type == kBinary || type == kLongBinary) {
     p.c_type = SQL_C_BINARY;
     try {
-      p.bytes = BinaryBytes(value);
+      p.bytes = vb::BytesOf(value);
     } catch (const Error&) {
       Fail(e::kConversion);
     }

@@ -150,8 +150,7 @@ Stmt& Stmt::BindAs(int index, const Variant& v, int type) {
       case kBinary:
       case kLongBinary:
         if (v.IsArray()) {
-          std::string bytes;
-          for (const Variant& b : v.AsArray().elements()) bytes += static_cast<char>(vb::CByte(b));
+          std::string bytes = vb::BytesOf(v);
           sqlite3_bind_blob(stmt_, index, bytes.data(), static_cast<int>(bytes.size()),
                             SQLITE_TRANSIENT);
           return *this;
