@@ -394,7 +394,6 @@ MigrationReport MigrateToServer(const std::string& source, const std::string& co
   try {
     // The server's tables are never overwritten.
     auto existing = dst->GetTableDefs();
-    existing->Refresh();  // Find looks at what the collection holds
     for (const auto& t : tables) {
       if (existing->Find(t->Name())) dao::Fail(dao::e::kTableExists, {t->Name()});
     }

@@ -68,7 +68,7 @@ class Collection : public CollectionBase {
   Ptr Item(const Variant& index) {
     Sync();
     if (index.IsString()) {
-      if (Ptr found = Find(index.AsString())) return found;
+      if (Ptr found = FindLoaded(index.AsString())) return found;
       Fail(missing_error_);
     }
     double position = index.IsNumber() ? index.NumericValue() : -1;
@@ -78,8 +78,16 @@ class Collection : public CollectionBase {
   Ptr Item(std::string_view name) { return Item(Variant(name)); }
   Ptr Item(const char* name) { return Item(Variant(name)); }
 
-  // The item named name, or null.
+  // The item named name, or null; the collection is brought up to date
+  // first, like every other use.
   Ptr Find(std::string_view name) {
+    Sync();
+    return FindLoaded(name);
+  }
+
+  // For owners that are bringing the items up to date themselves: the item
+  // named name among those held now, or null.
+  Ptr FindLoaded(std::string_view name) const {
     for (const Ptr& item : items_) {
       if (SameName(item->Name(), name)) return item;
     }
@@ -94,7 +102,7 @@ class Collection : public CollectionBase {
   void Append(const Ptr& item) {
     if (!item) Raise(err::kObjectNotSet);
     Sync();
-    if (Find(item->Name())) Fail(duplicate_error_, {item->Name()});
+    if (FindLoaded(item->Name())) Fail(duplicate_error_, {item->Name()});
     // The item is in place while the hook runs (a hook may reload the
     // items and keep the objects it finds), and goes when the hook fails.
     items_.push_back(item);

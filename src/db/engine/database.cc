@@ -104,7 +104,7 @@ void Database::SyncTables() {
   std::vector<std::shared_ptr<TableDef>> tables;
   std::weak_ptr<Database> weak = weak_from_this();
   for (const TableInfo& info : b.ReadTables()) {
-    auto table = tabledefs_->Find(info.name);
+    auto table = tabledefs_->FindLoaded(info.name);
     if (!table) table = std::make_shared<TableDef>(info.name);
     table->Load(info, weak);
     tables.push_back(table);
@@ -144,7 +144,7 @@ void Database::SyncQueries() {
   std::vector<std::shared_ptr<QueryDef>> queries;
   std::weak_ptr<Database> weak = weak_from_this();
   for (const QueryInfo& info : b.ReadQueries()) {
-    auto query = querydefs_->Find(info.name);
+    auto query = querydefs_->FindLoaded(info.name);
     if (!query) query = std::make_shared<QueryDef>(info.name, info.sql);
     query->Load(info, weak);
     queries.push_back(query);

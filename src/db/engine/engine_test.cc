@@ -330,7 +330,13 @@ TEST_F(EngineTest, QueriesAndSqlRecordsets) {
                                "SELECT Code, Qty FROM Parts WHERE Code <> 'B2' ORDER BY Code DESC");
   EXPECT_DAO_ERROR(db_->CreateQueryDef("cheap", "SELECT * FROM Parts"), e::kObjectExists);
   EXPECT_DAO_ERROR(db_->CreateQueryDef("Bad", "SELECT FROM"), e::kSyntaxSelect);
+  // A stored query opens by name first thing after opening, before anyone
+  // has looked at QueryDefs, and a lookup by name sees what is stored.
   Reopen();
+  EXPECT_EQ(db_->OpenRecordset("Cheap")->RecordCount(), 2);
+  Reopen();
+  EXPECT_NE(db_->GetQueryDefs()->Find("cheap"), nullptr);
+  EXPECT_EQ(db_->GetQueryDefs()->Find("Dear"), nullptr);
   auto queries = db_->GetQueryDefs();
   ASSERT_EQ(queries->Count(), 1);
   EXPECT_EQ(queries->Item("CHEAP")->SQL(),

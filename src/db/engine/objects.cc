@@ -520,7 +520,7 @@ void TableDef::Load(const TableInfo& info, std::weak_ptr<Database> db) {
   // Keep the objects callers hold: reuse them by name.
   std::vector<std::shared_ptr<Field>> fields;
   for (const FieldInfo& f : info.fields) {
-    auto field = fields_->Find(f.name);
+    auto field = fields_->FindLoaded(f.name);
     if (field) {
       field->mutable_info() = f;
     } else {
@@ -532,7 +532,7 @@ void TableDef::Load(const TableInfo& info, std::weak_ptr<Database> db) {
   fields_->raw() = std::move(fields);
   std::vector<std::shared_ptr<Index>> indexes;
   for (const IndexInfo& ix : info.indexes) {
-    auto index = indexes_->Find(ix.name);
+    auto index = indexes_->FindLoaded(ix.name);
     if (!index) index = std::make_shared<Index>(ix.name);
     index->Load(ix);
     index->MarkStored(weak);
