@@ -26,19 +26,14 @@ std::shared_ptr<dao::DBEngine> Engine() { return dao::DBEngine::Get(); }
 
 // Deletes the database file at path, as Kill would: a file that a
 // connection (here or in another process) has open, or one without write
-// permission, is refused with error 75. The files the store keeps beside a
-// database (its write-ahead log and lock file) go with it, so that a new
-// database made under the same name never picks up the old one's log.
+// permission, is refused with error 75. The files the engine keeps beside a
+// database go with it.
 void KillDatabaseFile(const std::string& path) {
   struct stat st;
   if (dao::LockFile::InUse(path) || (::stat(path.c_str(), &st) == 0 && (st.st_mode & 0222) == 0)) {
     Raise(kFileAccessError);
   }
-  std::error_code error;
-  if (!std::filesystem::remove(path, error) || error) Raise(kFileAccessError);
-  for (const std::string& beside : {path + "-wal", path + "-shm", dao::LockFile::PathFor(path)}) {
-    std::filesystem::remove(beside, error);
-  }
+  if (!std::filesystem::exists(path) || !dao::RemoveDatabaseFiles(path)) Raise(kFileAccessError);
 }
 
 bool Selected(dao::TableDef& table, const std::string& src_table, int32_t and_mask,

@@ -7,7 +7,6 @@
 
 #include "db/close_quietly.h"
 #include "db/engine/engine.h"
-#include "db/engine/lock_file.h"
 #include "db/engine/odbc_backend.h"
 #include "db/engine/odbc_rows.h"
 #include "db/qor_db.h"
@@ -83,14 +82,6 @@ void CopyOtherProperties(TableDef& table, Database& target, std::vector<std::str
                             "field " + table.Name() + "." + f->Name(), left_out);
     }
   });
-}
-
-// Removes the target and the files the engine keeps beside it.
-void RemoveTarget(const std::string& target) {
-  for (const std::string& path : {target, target + "-wal", target + "-shm", target + "-journal",
-                                  dao::LockFile::PathFor(target)}) {
-    ::unlink(path.c_str());
-  }
 }
 
 // The user tables of src, in order, with their row counts in the report;
@@ -182,7 +173,7 @@ MigrationReport MigrateToFile(const std::string& source, const std::string& targ
       } catch (const Error&) {
       }
     }
-    if (dst) RemoveTarget(target);
+    if (dst) dao::RemoveDatabaseFiles(target);
     throw;
   }
   return report;

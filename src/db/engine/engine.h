@@ -531,6 +531,14 @@ class DBEngine : public Object {
   std::vector<std::weak_ptr<Database>> databases_;
 };
 
+// Deletes the database file at path that CreateDatabase made, with the files
+// the engine keeps beside it (the store's journal, write-ahead log and
+// shared memory, and the lock file), so that a new database made under the
+// same name never picks up the old one's log. Returns whether the database
+// file is gone (also when it was not there); raises nothing. The caller
+// makes sure no connection has it open.
+bool RemoveDatabaseFiles(const std::string& path);
+
 // Converts a value to the kind a DAO type code holds (Null stays Null);
 // raises 3421 when it does not convert.
 Variant CoerceToType(const Variant& value, int type);
