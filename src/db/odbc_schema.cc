@@ -26,13 +26,13 @@ std::string StructureQuery(const std::string& t, const std::string& kind) {
 }
 
 // The INDEX rows of the structure table by TrimUpper of the table name.
-std::map<std::string, std::vector<db::IndexSpec>> ReadIndexRows(dao::Database& db,
-                                                                const std::string& t) {
-  std::map<std::string, std::vector<db::IndexSpec>> indexes;
+std::map<std::string, std::vector<db::IndexDefinition>> ReadIndexRows(dao::Database& db,
+                                                                      const std::string& t) {
+  std::map<std::string, std::vector<db::IndexDefinition>> indexes;
   auto rs = db.OpenRecordset(StructureQuery(t, "INDEX"));
   try {
     for (; !rs->Eof(); rs->MoveNext()) {
-      db::IndexSpec index;
+      db::IndexDefinition index;
       index.name = vb::ConcatText(TrimUpper(rs->Value("ObjName")));
       for (int i = 1; i <= 5; ++i) {
         Variant field = TrimUpper(rs->Value("ixFld" + std::to_string(i)));
@@ -125,7 +125,7 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
                               ? db::DialectOfServer(dao::odbc::DbmsName(*server))
                               : *db::DialectNamed(odbc_dialect_);
     // The Oracle-type statements create fields only.
-    std::map<std::string, std::vector<db::IndexSpec>> indexes;
+    std::map<std::string, std::vector<db::IndexDefinition>> indexes;
     if (dialect != db::Dialect::kOracle) indexes = ReadIndexRows(pDb, t);
 
     std::string table;  // N

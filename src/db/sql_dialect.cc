@@ -174,7 +174,8 @@ std::string TextLiteral(Dialect dialect, std::string_view text) {
   return "'" + vb::Replace(escaped, "'", "''") + "'";
 }
 
-std::string CreateIndexStatement(Dialect dialect, std::string_view table, const IndexSpec& index) {
+std::string CreateIndexStatement(Dialect dialect, std::string_view table,
+                                 const IndexDefinition& index) {
   std::string sql = std::string(index.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") +
                     Quoted(dialect, std::string(table) + "_" + index.name) + " ON " +
                     Quoted(dialect, table) + " (";

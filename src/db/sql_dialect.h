@@ -67,7 +67,7 @@ std::string TextLiteral(Dialect dialect, std::string_view text);
 
 // An index to create: its fields in order, each ascending unless marked in
 // descending (which may be shorter than fields).
-struct IndexSpec {
+struct IndexDefinition {
   std::string name;
   std::vector<std::string> fields;
   std::vector<bool> descending;
@@ -78,7 +78,8 @@ struct IndexSpec {
 // type, whose statements create none): its name is the table's and the
 // index's joined by "_", since some servers keep one name space of indexes
 // for all tables.
-std::string CreateIndexStatement(Dialect dialect, std::string_view table, const IndexSpec& index);
+std::string CreateIndexStatement(Dialect dialect, std::string_view table,
+                                 const IndexDefinition& index);
 
 // The statement that stores text as the comment of a table (column empty)
 // or of one of its columns, or "" for a dialect that keeps no comments

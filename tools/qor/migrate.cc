@@ -200,12 +200,18 @@ bool AllCarried(const dao::IndexInfo& index, const ServerColumns& columns) {
   return true;
 }
 
+// Whether index becomes the PRIMARY KEY clause of its table's CREATE TABLE
+// statement; SQLite's counter column is its primary key already, so there
+// a primary index is made as a unique index instead.
+bool IsKeyClause(db::Dialect dialect, const dao::IndexInfo& index, bool has_counter) {
+  return index.primary && !(dialect == db::Dialect::kSQLite && has_counter);
+}
+
 // The CREATE TABLE statement for a table of the source; the columns the
 // server cannot take are named in left_out.
 std::string CreateTableSql(db::Dialect dialect, const dao::TableInfo& table, ServerColumns& columns,
                            std::vector<std::string>& left_out) {
   std::string sql = "CREATE TABLE " + db::Quoted(dialect, table.name) + " (";
-  bool has_counter = false;
   for (size_t i = 0; i < table.fields.size(); ++i) {
     const dao::FieldInfo& f = table.fields[i];
     db::Column column;
@@ -230,12 +236,11 @@ std::string CreateTableSql(db::Dialect dialect, const dao::TableInfo& table, Ser
     columns.types.push_back(f.type);
     columns.positions.push_back(i);
     if (column.counter) columns.counters.push_back(f.name);
-    has_counter = has_counter || column.counter;
   }
   for (const dao::IndexInfo& index : table.indexes) {
-    // SQLite's counter column is its primary key already.
-    if (!index.primary || (dialect == db::Dialect::kSQLite && has_counter)) continue;
-    if (!AllCarried(index, columns)) continue;
+    if (!IsKeyClause(dialect, index, !columns.counters.empty()) || !AllCarried(index, columns)) {
+      continue;
+    }
     sql += ", PRIMARY KEY (";
     for (size_t i = 0; i < index.fields.size(); ++i) {
       sql += (i ? ", " : "") + db::Quoted(dialect, index.fields[i].name);
@@ -247,28 +252,28 @@ std::string CreateTableSql(db::Dialect dialect, const dao::TableInfo& table, Ser
 
 // The other indexes of the table: those the primary key does not stand for.
 // Indexes on a column the server did not get are named in left_out.
-std::vector<db::IndexSpec> IndexesOf(db::Dialect dialect, const dao::TableInfo& table,
-                                     const ServerColumns& columns,
-                                     std::vector<std::string>& left_out) {
+std::vector<db::IndexDefinition> IndexesOf(db::Dialect dialect, const dao::TableInfo& table,
+                                           const ServerColumns& columns,
+                                           std::vector<std::string>& left_out) {
   const bool has_counter = !columns.counters.empty();
-  std::vector<db::IndexSpec> specs;
+  std::vector<db::IndexDefinition> definitions;
   for (const dao::IndexInfo& index : table.indexes) {
     if (!AllCarried(index, columns)) {
       left_out.push_back("index " + table.name + "." + index.name +
                          ": one of its fields was not carried over");
       continue;
     }
-    if (index.primary && !(dialect == db::Dialect::kSQLite && has_counter)) continue;
-    db::IndexSpec spec;
-    spec.name = index.name;
-    spec.unique = index.unique || index.primary;
+    if (IsKeyClause(dialect, index, has_counter)) continue;
+    db::IndexDefinition definition;
+    definition.name = index.name;
+    definition.unique = index.unique || index.primary;
     for (const dao::IndexFieldInfo& f : index.fields) {
-      spec.fields.push_back(f.name);
-      spec.descending.push_back((f.attributes & dao::kDescending) != 0);
+      definition.fields.push_back(f.name);
+      definition.descending.push_back((f.attributes & dao::kDescending) != 0);
     }
-    specs.push_back(std::move(spec));
+    definitions.push_back(std::move(definition));
   }
-  return specs;
+  return definitions;
 }
 
 // Carries the descriptions of the table and its fields over as comments
@@ -394,7 +399,8 @@ MigrationReport MigrateToServer(const std::string& source, const std::string& co
       dst->Execute(CreateTableSql(dialect, info, columns[i], report.left_out),
                    Variant(dao::kSQLPassThrough));
       made.push_back(info.name);
-      for (const db::IndexSpec& index : IndexesOf(dialect, info, columns[i], report.left_out)) {
+      for (const db::IndexDefinition& index :
+           IndexesOf(dialect, info, columns[i], report.left_out)) {
         dst->Execute(db::CreateIndexStatement(dialect, info.name, index),
                      Variant(dao::kSQLPassThrough));
       }

@@ -1,8 +1,5 @@
 #include "db/engine/odbc_rows.h"
 
-#include <cinttypes>
-#include <cstdio>
-
 #include "db/engine/engine.h"
 #include "db/engine/odbc_api.h"
 #include "frame/error.h"
@@ -45,15 +42,6 @@ struct Param {
     }
   }
 };
-
-// A Currency as its exact decimal text ("-12.3400").
-std::string CurrencyText(Currency c) {
-  uint64_t magnitude = c.scaled < 0 ? 0 - static_cast<uint64_t>(c.scaled) : c.scaled;
-  char text[32];
-  std::snprintf(text, sizeof text, "%s%" PRIu64 ".%04" PRIu64, c.scaled < 0 ? "-" : "",
-                magnitude / Currency::kScale, magnitude % Currency::kScale);
-  return text;
-}
 
 void SetText(Param& p, std::string text, SQLSMALLINT sql_type) {
   p.c_type = SQL_C_CHAR;
@@ -150,7 +138,7 @@ void Convert(const Variant& value, int type, Param& p) {
       p.real = v.NumericValue();
       return;
     case kCurrency:
-      SetText(p, CurrencyText(v.AsCurrency()), SQL_NUMERIC);
+      SetText(p, vb::CurrencyText(v.AsCurrency()), SQL_NUMERIC);
       p.column_size = 19;
       p.digits = 4;
       return;
