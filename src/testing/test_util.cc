@@ -47,6 +47,23 @@ std::string QorBinary() {
   return bin ? bin : "qor";
 }
 
+ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
+  if (const char* old = std::getenv(name)) old_ = old;
+  if (value) {
+    ::setenv(name, value, 1);
+  } else {
+    ::unsetenv(name);
+  }
+}
+
+ScopedEnv::~ScopedEnv() {
+  if (old_) {
+    ::setenv(name_, old_->c_str(), 1);
+  } else {
+    ::unsetenv(name_);
+  }
+}
+
 std::filesystem::path SharedDir() {
   const char* dir = std::getenv("QOR_SHARED_DIR");
   return dir ? std::filesystem::path(dir) : std::filesystem::path(QOR_SHARED_DIR_DEFAULT);

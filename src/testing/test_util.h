@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,20 @@ class ScriptedUi {
  private:
   std::shared_ptr<ui::ScriptedBackend> backend_;
   ui::ScopedBackend scope_;
+};
+
+// Sets an environment variable (value null: removes it) for the length of
+// a test, and puts the old one back.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value);
+  ~ScopedEnv();
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
 };
 
 // The number of the qor::Error that fn raises, 0 when it raises none.

@@ -13,6 +13,13 @@ std::string UsersMdb();
 // The path of fruit.mdb (Jet 4, five tables, stored queries), or "" when
 // it cannot be fetched; fetched once per test program.
 std::string FruitMdb();
+// A copy of users.mdb in folder dir whose table Users is marked as a
+// template with data: its Description is "TEMPLATE DATA" followed by
+// blanks. Made by rewriting one stored property of the table in place (its
+// NameMap, a binary value of 396 bytes that only the Jet user interface
+// reads) as the text property Description of the same length, since
+// libmdb cannot add properties. Returns the copy's path.
+std::string UsersTemplateMdb(const std::string& dir);
 // Every file available.
 std::vector<std::string> LegacyFiles();
 
