@@ -1,8 +1,11 @@
 // The toolkit's reading operations with a legacy Jet file as their source.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "db/engine/engine.h"
 #include "db/engine/mdb_test_files.h"
+#include "db/engine/odbc_config.h"
 #include "db/qor_db.h"
 #include "frame/vb.h"
 #include "testing/test_util.h"
@@ -11,6 +14,24 @@ namespace qor {
 namespace {
 
 using dao::mdb::UsersMdb;
+using testing::ScopedEnv;
+
+// The rows of a recordset, each as its values' texts joined by "|".
+std::vector<std::string> Rows(dao::Recordset& rs) {
+  std::vector<std::string> rows;
+  for (; !rs.Eof(); rs.MoveNext()) {
+    std::string row;
+    for (const auto& field : rs.GetFields()->items()) row += vb::ConcatText(field->Value()) + "|";
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+std::vector<std::string> Texts(const std::vector<ui::UiEvent>& events) {
+  std::vector<std::string> texts;
+  for (const ui::UiEvent& event : events) texts.push_back(vb::CStr(event.Field("text")));
+  return texts;
+}
 
 TEST(LegacySource, CloneTableCopiesUsersWithItsRowsAndDisplayProperties) {
   testing::TempDir dir;
@@ -69,6 +90,100 @@ TEST(LegacySource, CopyTableAndCloneDbTakeALegacyFile) {
   auto c = dao::DBEngine::Get()->OpenDatabase(cloned);
   EXPECT_EQ(c->GetTableDefs()->Item(Variant("False"))->RecordCount(), 3);
   EXPECT_TRUE(ui->Events().empty());
+}
+
+TEST(LegacySource, StructureTablesDescribeItsTables) {
+  testing::TempDir dir;
+  testing::ScriptedUi ui;
+  qorDb db;
+  auto engine = dao::DBEngine::Get();
+  auto src = engine->OpenDatabase(UsersMdb());
+  auto home = engine->CreateDatabase(dir.File("home.mdb"), dao::kLangGeneral);
+
+  // A table of the legacy file described in a structure table elsewhere.
+  ASSERT_TRUE(db.DumpTableStructureToTable(*home, *src->GetTableDefs()->Item(Variant("Users")),
+                                           Variant::Missing(), false, true, true));
+  auto rs = home->OpenRecordset(
+      "SELECT ObjType, ObjName, ObjDataType, ObjLen, ObjFlags, ObjDefaultValue, IsCounter, "
+      "DumpData, ixFld1, ixFld2 FROM TableStructure");
+  // UserId is a counter; UserName required and UserSex may be "".
+  EXPECT_EQ(Rows(*rs), (std::vector<std::string>{
+                           "FIELD|UserId|4|4|0||True|True|||",
+                           "FIELD|UserName|10|255|1||False|True|||",
+                           "FIELD|UserSex|10|255|2||False|True|||",
+                           "FIELD|UserBirthday|8|8|0||False|True|||",
+                           "FIELD|UserMarried|1|1|0|0|False|True|||",
+                           "INDEX|PrimaryKey|||1|||True|UserId||",
+                       }));
+  rs->Close();
+
+  // The structure table belongs in the database whose template tables it
+  // describes, which a legacy file cannot take.
+  auto templates = engine->OpenDatabase(dao::mdb::UsersTemplateMdb(dir.path().string()));
+  EXPECT_FALSE(db.DumpAllTableStructuresToTable(*templates, Variant::Missing(), true));
+  std::vector<std::string> texts = Texts(ui->TakeEvents());
+  ASSERT_FALSE(texts.empty());
+  EXPECT_NE(texts[0].find("3027"), std::string::npos) << texts[0];
+
+  // The listing of a legacy file: its user tables, never the system ones.
+  ASSERT_TRUE(db.DumpTablesStructure(Variant(dir.File("listing.mdb")), Variant(UsersMdb()), true));
+  auto listing = engine->OpenDatabase(dir.File("listing.mdb"));
+  rs = listing->OpenRecordset("SELECT * FROM TableStructures");
+  EXPECT_EQ(Rows(*rs), (std::vector<std::string>{
+                           "Users|RecordCount||3|",
+                           "Users|UserId|dbLong|4|",
+                           "Users|UserName|dbText|255|",
+                           "Users|UserSex|dbText|255|",
+                           "Users|UserBirthday|dbDate|8|",
+                           "Users|UserMarried|dbBoolean|1|",
+                       }));
+  EXPECT_TRUE(ui->Events().empty());
+}
+
+TEST(LegacySource, CreateODBCTablesDeploysItsTemplateTables) {
+  testing::TempDir dir;
+  testing::TempDir temp;
+  ScopedEnv temp_folder("TEMP", temp.path().c_str());
+  testing::ScriptedUi ui;
+  const std::string target = dir.File("server.db");
+  dao::odbc::UseDataSources(dir.path().string(), {dao::odbc::SqliteDataSource("lite", target)});
+  auto engine = dao::DBEngine::Get();
+  qorDb db;
+
+  // Without template tables there is nothing to deploy.
+  auto plain = engine->OpenDatabase(UsersMdb());
+  EXPECT_FALSE(
+      db.CreateODBCTables(*plain, Long(1), Variant("lite"), "", "", Variant::Missing(), true));
+  EXPECT_EQ(Texts(ui->TakeEvents()), std::vector<std::string>{"Structure table has no records"});
+
+  // The template table goes to the server; the structure table lived in a
+  // temporary database, gone afterwards.
+  auto src = engine->OpenDatabase(dao::mdb::UsersTemplateMdb(dir.path().string()));
+  const std::string create =
+      "CREATE TABLE \"USERS\"(\"USERBIRTHDAY\" DATE, \"USERID\" NUMBER(11, 0), "
+      "\"USERMARRIED\" NUMBER(1, 0) DEFAULT 0, \"USERNAME\" VARCHAR2(255) NOT NULL, "
+      "\"USERSEX\" VARCHAR2(255));";
+  ASSERT_TRUE(
+      db.CreateODBCTables(*src, Long(1), Variant("lite"), "", "", Variant::Missing(), true));
+  EXPECT_EQ(Texts(ui->TakeEvents()), std::vector<std::string>{create});
+  EXPECT_TRUE(std::filesystem::is_empty(temp.path()));
+  EXPECT_FALSE(db.CheckTableExists(*src, Variant("TableStructure")));
+
+  // In the server's own dialect the primary key's index comes along.
+  db.SetODBCDialect(Variant("Auto"));
+  ASSERT_TRUE(
+      db.CreateODBCTables(*src, Long(1), Variant("lite"), "", "", Variant::Missing(), true));
+  ui->TakeEvents();
+  auto server = engine->OpenDatabase("lite", Variant(dao::kDriverNoPrompt), Variant(false),
+                                     Variant("ODBC;DSN=lite"));
+  auto users = server->GetTableDefs()->Item(Variant("USERS"));
+  EXPECT_EQ(users->GetFields()->Count(), 5);
+  EXPECT_TRUE(users->GetFields()->Item(Variant("USERNAME"))->Required());
+  auto rs = server->OpenRecordset(
+      "SELECT name FROM sqlite_master WHERE type = 'index' AND name NOT LIKE 'sqlite_%'",
+      Variant(dao::kOpenSnapshot), Variant(dao::kSQLPassThrough));
+  EXPECT_EQ(Rows(*rs), std::vector<std::string>{"USERS_PRIMARYKEY|"});
+  EXPECT_TRUE(std::filesystem::is_empty(temp.path()));
 }
 
 }  // namespace

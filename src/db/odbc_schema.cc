@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "db/close_quietly.h"
+#include "db/engine/engine.h"
 #include "db/engine/odbc_backend.h"
 #include "db/qor_db.h"
 #include "db/sql_dialect.h"
@@ -102,16 +103,25 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
   Reporter reporter("CreateODBCTables", Verbose);
   std::shared_ptr<dao::Recordset> rs;
   std::shared_ptr<dao::Database> server;
+  // The database that holds the structure table: pDb, or a temporary one
+  // when pDb cannot be written.
+  std::shared_ptr<dao::Database> temp;
+  std::string temp_path;
   bool result = Guard(reporter, false, [&] {
     std::string t =
         IsBlank(pStrucTblName, false) ? "TableStructure" : vb::ConcatText(pStrucTblName);
     t = vb::Trim(t);
-    if (!DumpAllTableStructuresToTable(pDb, Variant(t), Verbose)) {
+    if (!pDb.Updatable() && !CreateTempDatabase(temp, temp_path, Verbose)) {
+      reporter.Fail("Error creating structure table");
+      return false;
+    }
+    dao::Database& home = temp ? *temp : pDb;
+    if (!DumpTemplateTables(pDb, home, Variant(t), Verbose)) {
       reporter.Fail("Error creating structure table");
       return false;
     }
     // Without template tables the dump leaves no structure table at all.
-    if (CheckTableExists(pDb, Variant(t))) rs = pDb.OpenRecordset(StructureQuery(t, "FIELD"));
+    if (CheckTableExists(home, Variant(t))) rs = home.OpenRecordset(StructureQuery(t, "FIELD"));
     if (!rs || (rs->Bof() && rs->Eof())) {
       reporter.Fail("Structure table has no records");
       return false;
@@ -126,7 +136,7 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
                               : *db::DialectNamed(odbc_dialect_);
     // The Oracle-type statements create fields only.
     std::map<std::string, std::vector<db::IndexDefinition>> indexes;
-    if (dialect != db::Dialect::kOracle) indexes = ReadIndexRows(pDb, t);
+    if (dialect != db::Dialect::kOracle) indexes = ReadIndexRows(home, t);
 
     std::string table;  // N
     std::string sql;    // S
@@ -187,6 +197,10 @@ bool qorDb::CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const 
   });
   CloseQuietly(rs);
   CloseQuietly(server);
+  if (temp) {
+    CloseQuietly(temp);
+    dao::RemoveDatabaseFiles(temp_path);
+  }
   return result;
 }
 

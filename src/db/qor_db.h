@@ -98,7 +98,10 @@ class qorDb : public Object {
                                  bool pDeleteOld = false, bool pDumpData = false,
                                  bool Verbose = false);
   // Rebuilds the structure table from the tables whose Description holds
-  // TEMPLATE (any case); DATA in it sets their rows' DumpData.
+  // TEMPLATE (any case); DATA in it sets their rows' DumpData. The structure
+  // table lives in pDb, so pDb must be writable (a legacy Jet file is not:
+  // error 3027); pTdf of DumpTableStructureToTable may come from any
+  // database.
   bool DumpAllTableStructuresToTable(dao::Database& pDb,
                                      const Variant& pDumpTblName = Variant::Missing(),
                                      bool Verbose = false);
@@ -130,7 +133,9 @@ class qorDb : public Object {
   // Describes pDb's template tables in the structure table, then drops and
   // creates each on the server, one CREATE TABLE per table with its columns
   // in the order of their names. The last CREATE statement is shown with
-  // ShowMessage whatever Verbose says.
+  // ShowMessage whatever Verbose says. A pDb that cannot be written (a
+  // legacy Jet file, or a database opened read-only) keeps its structure
+  // table in a temporary database for the call, which is deleted after it.
   bool CreateODBCTables(dao::Database& pDb, const Variant& pODBCsrc, const Variant& pDsn,
                         const std::string& pUsr, const std::string& pPwd,
                         const Variant& pStrucTblName = Variant::Missing(), bool Verbose = false);
@@ -145,7 +150,6 @@ class qorDb : public Object {
   std::string odbc_dialect_ = "Oracle";
 
  public:
-
   // ---- Field data, lock retry, temporary database (field_data.cc) ------------
 
   // Reads (or with pWriteFlag writes) field pFieldName of the record whose
@@ -241,6 +245,10 @@ class qorDb : public Object {
  private:
   // The empty structure table (structure_table.cc), replacing an old one.
   bool CreateStructureTable(dao::Database& pDb, const std::string& pTableName, bool Verbose);
+  // DumpAllTableStructuresToTable with the template tables read from pFrom
+  // and the structure table written to pInto.
+  bool DumpTemplateTables(dao::Database& pFrom, dao::Database& pInto, const Variant& pDumpTblName,
+                          bool Verbose);
 
   std::unique_ptr<qorProcs> procs_;
   CopyProgress copy_progress_;

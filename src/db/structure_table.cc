@@ -168,21 +168,26 @@ bool qorDb::DumpTableStructureToTable(dao::Database& pDb, dao::TableDef& pTdf,
 
 bool qorDb::DumpAllTableStructuresToTable(dao::Database& pDb, const Variant& pDumpTblName,
                                           bool Verbose) {
+  return DumpTemplateTables(pDb, pDb, pDumpTblName, Verbose);
+}
+
+bool qorDb::DumpTemplateTables(dao::Database& pFrom, dao::Database& pInto,
+                               const Variant& pDumpTblName, bool Verbose) {
   Reporter reporter("DumpAllTableStructuresToTable", Verbose);
   return Guard(reporter, false, [&] {
     std::string name = StructureTableName(pDumpTblName);
     try {
-      pDb.GetTableDefs()->Delete(name);
+      pInto.GetTableDefs()->Delete(name);
     } catch (...) {
       // No structure table yet.
     }
     // A copy: the first dump adds the structure table to the collection.
-    std::vector<std::shared_ptr<dao::TableDef>> tables = pDb.GetTableDefs()->items();
+    std::vector<std::shared_ptr<dao::TableDef>> tables = pFrom.GetTableDefs()->items();
     for (const auto& table : tables) {
       std::string description = UpperDescription(*table);
       if (IsBlank(Variant(description), false) || !ContainsText(description, "TEMPLATE")) continue;
       bool dump_data = ContainsText(description, "DATA");
-      if (!DumpTableStructureToTable(pDb, *table, Variant(name), false, dump_data, Verbose)) {
+      if (!DumpTableStructureToTable(pInto, *table, Variant(name), false, dump_data, Verbose)) {
         return false;
       }
     }
