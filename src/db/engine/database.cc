@@ -1,12 +1,10 @@
 // Database and DBEngine, and the registry of backend providers.
 
-#include <filesystem>
 #include <fstream>
 #include <mutex>
 
 #include "db/engine/engine.h"
 #include "db/engine/jet_lexer.h"
-#include "db/engine/lock_file.h"
 #include "db/engine/odbc_backend.h"
 #include "db/engine/sqlite_backend.h"
 #include "frame/error.h"
@@ -324,14 +322,7 @@ std::shared_ptr<Database> DBEngine::CreateDatabase(std::string_view name, std::s
 }
 
 bool RemoveDatabaseFiles(const std::string& path) {
-  std::error_code error;
-  std::filesystem::remove(path, error);
-  const bool gone = !error;
-  for (const std::string& beside :
-       {path + "-journal", path + "-wal", path + "-shm", LockFile::PathFor(path)}) {
-    std::filesystem::remove(beside, error);
-  }
-  return gone;
+  return sqlite::SqliteBackend::RemoveFiles(path);
 }
 
 std::vector<std::shared_ptr<Database>> DBEngine::OpenDatabases() {

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "db/engine/jet_sql.h"
@@ -136,10 +137,21 @@ std::unique_ptr<SqliteBackend> SqliteBackend::Create(const std::string& path,
     backend->Prepare(true);
   } catch (...) {
     backend->Close();
-    ::unlink(path.c_str());
+    RemoveFiles(path);
     throw;
   }
   return backend;
+}
+
+bool SqliteBackend::RemoveFiles(const std::string& path) {
+  std::error_code error;
+  std::filesystem::remove(path, error);
+  const bool gone = !error;
+  for (const std::string& beside :
+       {path + "-journal", path + "-wal", path + "-shm", LockFile::PathFor(path)}) {
+    std::filesystem::remove(beside, error);
+  }
+  return gone;
 }
 
 void SqliteBackend::Prepare(bool create) {

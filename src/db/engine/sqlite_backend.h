@@ -42,6 +42,11 @@ class SqliteBackend : public Backend {
   static std::unique_ptr<SqliteBackend> Open(const OpenRequest& request);
   // Creates a new database file; raises 3204 when the file exists.
   static std::unique_ptr<SqliteBackend> Create(const std::string& path, std::string_view locale);
+  // Deletes the database file at path with the files kept beside it (the
+  // store's journal, write-ahead log and shared memory, and the lock file).
+  // Returns whether the database file is gone (also when it was not there);
+  // raises nothing. No connection may have it open.
+  static bool RemoveFiles(const std::string& path);
 
   ~SqliteBackend() override;
 
