@@ -7,6 +7,7 @@
 #include "db/engine/mdb_test_files.h"
 #include "db/engine/odbc_config.h"
 #include "db/qor_db.h"
+#include "db/test_databases.h"
 #include "frame/vb.h"
 #include "testing/test_util.h"
 
@@ -14,6 +15,7 @@ namespace qor {
 namespace {
 
 using dao::mdb::UsersMdb;
+using db::test::TakeBoxTexts;
 using testing::ScopedEnv;
 
 // The rows of a recordset, each as its values' texts joined by "|".
@@ -25,12 +27,6 @@ std::vector<std::string> Rows(dao::Recordset& rs) {
     rows.push_back(row);
   }
   return rows;
-}
-
-std::vector<std::string> Texts(const std::vector<ui::UiEvent>& events) {
-  std::vector<std::string> texts;
-  for (const ui::UiEvent& event : events) texts.push_back(vb::CStr(event.Field("text")));
-  return texts;
 }
 
 TEST(LegacySource, CloneTableCopiesUsersWithItsRowsAndDisplayProperties) {
@@ -121,7 +117,7 @@ TEST(LegacySource, StructureTablesDescribeItsTables) {
   // describes, which a legacy file cannot take.
   auto templates = engine->OpenDatabase(dao::mdb::UsersTemplateMdb(dir.path().string()));
   EXPECT_FALSE(db.DumpAllTableStructuresToTable(*templates, Variant::Missing(), true));
-  std::vector<std::string> texts = Texts(ui->TakeEvents());
+  std::vector<std::string> texts = TakeBoxTexts(ui);
   ASSERT_FALSE(texts.empty());
   EXPECT_NE(texts[0].find("3027"), std::string::npos) << texts[0];
 
@@ -154,7 +150,7 @@ TEST(LegacySource, CreateODBCTablesDeploysItsTemplateTables) {
   auto plain = engine->OpenDatabase(UsersMdb());
   EXPECT_FALSE(
       db.CreateODBCTables(*plain, Long(1), Variant("lite"), "", "", Variant::Missing(), true));
-  EXPECT_EQ(Texts(ui->TakeEvents()), std::vector<std::string>{"Structure table has no records"});
+  EXPECT_EQ(TakeBoxTexts(ui), std::vector<std::string>{"Structure table has no records"});
 
   // The template table goes to the server; the structure table lived in a
   // temporary database, gone afterwards.
@@ -165,7 +161,7 @@ TEST(LegacySource, CreateODBCTablesDeploysItsTemplateTables) {
       "\"USERSEX\" VARCHAR2(255));";
   ASSERT_TRUE(
       db.CreateODBCTables(*src, Long(1), Variant("lite"), "", "", Variant::Missing(), true));
-  EXPECT_EQ(Texts(ui->TakeEvents()), std::vector<std::string>{create});
+  EXPECT_EQ(TakeBoxTexts(ui), std::vector<std::string>{create});
   EXPECT_TRUE(std::filesystem::is_empty(temp.path()));
   EXPECT_FALSE(db.CheckTableExists(*src, Variant("TableStructure")));
 
