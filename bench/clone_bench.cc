@@ -20,8 +20,8 @@
 #include <map>
 #include <string>
 
-#include "db/engine/engine.h"
-#include "db/qor_db.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/db/qor_db.h"
 
 namespace {
 

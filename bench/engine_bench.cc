@@ -16,7 +16,7 @@
 #include <map>
 #include <string>
 
-#include "db/engine/engine.h"
+#include "qorsupport/db/engine/engine.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 // Both run as processes from start to end (opening, schema, rows, closing)
 // and both are counted in rows per second, of real time and of the
 // processor time the processes used. The file is QOR_BENCH_MDB, else the
-// shared users.mdb. Prints the ratios after Google Benchmark's table.
+// users.mdb of testdata/legacy. Prints the ratios after Google Benchmark's table.
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "db/engine/engine.h"
+#include "qorsupport/db/engine/engine.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ namespace dao = qor::dao;
 
 std::string SourceFile() {
   if (const char* file = std::getenv("QOR_BENCH_MDB")) return file;
-  return QOR_SHARED_DIR "/testdata/legacy/users.mdb";
+  return QOR_TESTDATA_DIR "/legacy/users.mdb";
 }
 
 struct Source {

@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "db/engine/dao.h"
 #include "db/engine/jet_sql.h"
-#include "db/engine/sqlite_functions.h"
-#include "frame/error.h"
+#include "db/engine/sqlite/sqlite_functions.h"
+#include "qorsupport/db/engine/dao.h"
+#include "qorsupport/frame/error.h"
 
 namespace {
 

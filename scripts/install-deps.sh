@@ -25,6 +25,8 @@ packages=(
   # ODBC: the driver manager, the SQLite driver (the embedded target) and
   # psqlODBC with a PostgreSQL server that the tests start on loopback.
   unixodbc unixodbc-dev libsqliteodbc odbc-postgresql postgresql
+  # Packaging: the API reference, the Debian packages and their checks.
+  doxygen dpkg-dev fakeroot file lintian
 )
 
 missing=()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds qorSupport and runs the whole test suite:
-# the CI build (warnings are errors) and the AddressSanitizer +
+# the CI build (warnings are errors) with its install, Debian packages and
+# example application (scripts/check-install.sh), and the AddressSanitizer +
 # UndefinedBehaviorSanitizer build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -16,6 +17,12 @@ for preset in ci asan; do
   cmake --build --preset "$preset" -j "$jobs"
   echo "== test: $preset"
   ctest --preset "$preset" -j "$jobs"
+  if [ "$preset" = ci ]; then
+    # The API reference, the install, the Debian packages and the example
+    # application built against them.
+    echo "== install and packages"
+    bash scripts/check-install.sh build/ci
+  fi
 done
 
 # The parsers' libFuzzer targets, built with clang, each run for a bounded time.

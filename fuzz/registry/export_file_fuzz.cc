@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 #include "registry/export_format.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "dialogs/rtf/rtf_reader.h"
-#include "dialogs/rtf/rtf_writer.h"
+#include "ui/qt/rtf/rtf_reader.h"
+#include "ui/qt/rtf/rtf_writer.h"
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");

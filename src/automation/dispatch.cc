@@ -1,8 +1,8 @@
-#include "automation/dispatch.h"
+#include "qorsupport/automation/dispatch.h"
 
 #include <cctype>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::automation {
 

@@ -1,8 +1,8 @@
-#include "automation/dispatch.h"
+#include "qorsupport/automation/dispatch.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 #include "testing/test_util.h"
 
 namespace qor::automation {

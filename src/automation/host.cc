@@ -3,8 +3,8 @@
 #include <istream>
 #include <ostream>
 
-#include "frame/error.h"
-#include "frame/report.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/report.h"
 
 namespace qor::automation {
 

@@ -21,10 +21,10 @@
 #include <string>
 #include <string_view>
 
-#include "automation/dispatch.h"
 #include "automation/json_value.h"
-#include "ui/backend.h"
-#include "ui/scripted.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/ui/backend.h"
+#include "qorsupport/ui/scripted.h"
 
 namespace qor::automation {
 

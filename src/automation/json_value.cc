@@ -3,9 +3,9 @@
 #include <cmath>
 #include <cstdio>
 
-#include "frame/error.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor::automation {
 

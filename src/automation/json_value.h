@@ -15,8 +15,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "automation/dispatch.h"
-#include "frame/variant.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor::automation {
 

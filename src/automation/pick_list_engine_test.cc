@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "automation/host.h"
-#include "db/engine/engine.h"
+#include "qorsupport/db/engine/engine.h"
 #include "testing/test_util.h"
 
 namespace qor::automation {

@@ -4,8 +4,8 @@
 
 #include "automation/register_db.h"
 
-#include "automation/dispatch.h"
-#include "db/qor_db.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/db/qor_db.h"
 
 namespace qor::automation {
 

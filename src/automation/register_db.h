@@ -2,8 +2,8 @@
 #ifndef QOR_AUTOMATION_REGISTER_DB_H_
 #define QOR_AUTOMATION_REGISTER_DB_H_
 
-#include "automation/dispatch.h"
-#include "db/qor_db.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/db/qor_db.h"
 
 namespace qor::automation {
 

@@ -1,11 +1,11 @@
 // Late-bound registration of qorForms, qorList and qorPickList.
 
-#include "automation/dispatch.h"
-#include "db/engine/engine.h"
-#include "dialogs/forms.h"
-#include "dialogs/list.h"
-#include "dialogs/pick_list.h"
-#include "frame/vb.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/dialogs/list.h"
+#include "qorsupport/dialogs/pick_list.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::automation {
 

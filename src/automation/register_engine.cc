@@ -3,8 +3,8 @@
 // collections). DBEngine is creatable (every creation gives the process's
 // one engine); the other objects are reached through it by handle.
 
-#include "automation/dispatch.h"
-#include "db/engine/engine.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/db/engine/engine.h"
 
 namespace qor::automation {
 

@@ -1,10 +1,10 @@
 // Late-bound registration of qorApp and the shared procedures.
 
-#include "automation/dispatch.h"
-#include "frame/app.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/frame/app.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::automation {
 

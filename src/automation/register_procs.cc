@@ -1,7 +1,7 @@
 // Late-bound registration of qorProcs.
 
-#include "automation/dispatch.h"
-#include "procs/procs.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/procs/procs.h"
 
 namespace qor::automation {
 

@@ -1,7 +1,7 @@
 // Late-bound registration of qorWinAPIReg.
 
-#include "automation/dispatch.h"
-#include "registry/winapireg.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/registry/winapireg.h"
 
 namespace qor::automation {
 

@@ -6,8 +6,8 @@
 // FileRequester. The factory made here stands in until the shell's own
 // qorWinAPI registration (which runs later and replaces it) provides one.
 
-#include "automation/dispatch.h"
-#include "shell/requesters.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/dialogs/requesters.h"
 
 namespace qor::automation {
 

@@ -1,8 +1,8 @@
 // Late-bound registration of qorWinAPI and qorWinAPIPrinter.
 
-#include "automation/dispatch.h"
-#include "shell/printer.h"
-#include "shell/winapi.h"
+#include "qorsupport/automation/dispatch.h"
+#include "qorsupport/shell/printer.h"
+#include "qorsupport/shell/winapi.h"
 
 namespace qor::automation {
 

@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "db/names.h"
-#include "db/qor_db.h"
 #include "db/schema_copy.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 namespace {

@@ -2,9 +2,9 @@
 // whole databases with the arguments CloneDb has always passed on.
 #include <gtest/gtest.h>
 
-#include "db/qor_db.h"
 #include "db/test_databases.h"
-#include "frame/error.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor {
 namespace {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "db/qor_db.h"
 #include "db/test_databases.h"
+#include "qorsupport/db/qor_db.h"
 
 namespace qor {
 namespace {

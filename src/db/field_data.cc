@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "db/qor_db.h"
 #include "db/schema_copy.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "ui/backend.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 namespace {

@@ -9,10 +9,10 @@
 #include <regex>
 
 #include "db/engine/lock_file.h"
-#include "db/qor_db.h"
 #include "db/test_databases.h"
-#include "frame/globals.h"
-#include "frame/vb_date.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor {
 namespace {

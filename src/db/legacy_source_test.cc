@@ -3,12 +3,12 @@
 
 #include <filesystem>
 
-#include "db/engine/engine.h"
-#include "db/engine/mdb_test_files.h"
-#include "db/engine/odbc_config.h"
-#include "db/qor_db.h"
+#include "db/engine/mdb/mdb_test_files.h"
+#include "db/engine/odbc/odbc_config.h"
 #include "db/test_databases.h"
-#include "frame/vb.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/vb.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string_view>
 
-#include "frame/globals.h"
-#include "frame/variant.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor::db {
 

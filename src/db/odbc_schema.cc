@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "db/close_quietly.h"
-#include "db/engine/engine.h"
-#include "db/engine/odbc_backend.h"
-#include "db/qor_db.h"
+#include "db/engine/odbc/odbc_backend.h"
 #include "db/sql_dialect.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 namespace {

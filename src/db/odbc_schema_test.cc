@@ -6,12 +6,12 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "db/engine/odbc_backend.h"
-#include "db/engine/odbc_test_servers.h"
-#include "db/qor_db.h"
+#include "db/engine/odbc/odbc_backend.h"
+#include "db/engine/odbc/odbc_test_servers.h"
 #include "db/schema_test_db.h"
 #include "db/sql_dialect.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/vb.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,4 +1,4 @@
-#include "db/qor_db.h"
+#include "qorsupport/db/qor_db.h"
 
 namespace qor {
 

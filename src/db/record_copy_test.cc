@@ -6,9 +6,9 @@
 #include <chrono>
 #include <thread>
 
-#include "db/qor_db.h"
 #include "db/test_databases.h"
-#include "frame/vb_date.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor {
 namespace {

@@ -1,6 +1,6 @@
 #include "db/schema_copy.h"
 
-#include "frame/variant.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor::db {
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "db/close_quietly.h"
-#include "db/engine/engine.h"
+#include "qorsupport/db/engine/engine.h"
 
 namespace qor::db {
 

@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "db/names.h"
-#include "db/qor_db.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 namespace {

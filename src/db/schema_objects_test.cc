@@ -1,9 +1,9 @@
 // qorDb's schema-object members on a real database file.
 #include <gtest/gtest.h>
 
-#include "db/qor_db.h"
 #include "db/test_databases.h"
-#include "frame/error.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "db/engine/engine.h"
-#include "frame/variant.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor::testing {
 

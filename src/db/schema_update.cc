@@ -8,9 +8,9 @@
 #include <string>
 
 #include "db/close_quietly.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 namespace db {

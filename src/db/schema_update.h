@@ -4,7 +4,7 @@
 #ifndef QOR_DB_SCHEMA_UPDATE_H_
 #define QOR_DB_SCHEMA_UPDATE_H_
 
-#include "db/qor_db.h"
+#include "qorsupport/db/qor_db.h"
 
 namespace qor::db {
 

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "db/qor_db.h"
 #include "db/schema_test_db.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/vb.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,8 +1,8 @@
 #include "db/sql_dialect.h"
 
-#include "db/engine/dao.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
+#include "qorsupport/db/engine/dao.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::db {
 

@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/variant.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor::db {
 

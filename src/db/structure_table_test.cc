@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "db/qor_db.h"
 #include "db/schema_test_db.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/vb.h"
 #include "testing/test_util.h"
 
 namespace qor {

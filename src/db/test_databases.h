@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "db/engine/engine.h"
-#include "frame/vb_date.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 
 namespace qor::db::test {

@@ -2,11 +2,11 @@
 
 #include <cmath>
 
-#include "dialogs/forms.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
-#include "ui/backend.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "dialogs/forms.h"
-#include "frame/error.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 
 namespace qor {

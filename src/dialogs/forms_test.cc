@@ -1,11 +1,12 @@
-#include "dialogs/forms.h"
+#include "qorsupport/dialogs/forms.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/error.h"
-#include "frame/globals.h"
+#include "frame/message_box.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/ui/headless.h"
 #include "testing/test_util.h"
-#include "ui/headless.h"
 
 namespace qor {
 namespace {

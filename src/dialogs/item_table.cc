@@ -1,6 +1,6 @@
 #include "dialogs/item_table.h"
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor {
 

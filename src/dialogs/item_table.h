@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "frame/variant.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor {
 

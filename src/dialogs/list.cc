@@ -1,15 +1,15 @@
-#include "dialogs/list.h"
+#include "qorsupport/dialogs/list.h"
 
 #include <algorithm>
 #include <numeric>
 #include <utility>
 
 #include "dialogs/item_table.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "ui/backend.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 

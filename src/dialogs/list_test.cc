@@ -1,8 +1,8 @@
-#include "dialogs/list.h"
+#include "qorsupport/dialogs/list.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 #include "testing/test_util.h"
 
 namespace qor {

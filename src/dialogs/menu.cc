@@ -1,8 +1,10 @@
 // qorForms.MenuForm: up to 13 numbered choices, answered by click or key.
 
-#include "dialogs/forms.h"
-#include "frame/globals.h"
-#include "ui/backend.h"
+#include <string_view>
+
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 
@@ -23,6 +25,9 @@ int16_t qorForms::MenuForm(const std::array<std::string, 13>& labels, const std:
   request.headings[0] = heading1;
   if (IsNotBlank(Variant(heading2), true)) request.headings[1] = heading2;
   request.title = IsBlank(Variant(title_bar), true) ? "Menu Form" : "  " + title_bar;
+  for (char32_t key : std::u32string_view(U"123456789abcdABCDnN")) {
+    request.keys[key] = *MenuKeyChoice(key);
+  }
   int choice = ui::Current().Menu(request);
   return static_cast<int16_t>(choice >= 0 && choice <= 13 ? choice : 0);
 }

@@ -1,11 +1,11 @@
-#include "dialogs/pick_list.h"
+#include "qorsupport/dialogs/pick_list.h"
 
 #include <exception>
 
 #include "dialogs/item_table.h"
-#include "dialogs/list.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/dialogs/list.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 

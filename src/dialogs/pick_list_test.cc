@@ -1,12 +1,12 @@
 // The pick list over a real SQLite database file, read through the
 // PickDatabase interface with the sqlite3 C API.
 
-#include "dialogs/pick_list.h"
+#include "qorsupport/dialogs/pick_list.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,10 +1,10 @@
 // qorForms.Requester: the yes/no question in the library's own form.
 
-#include "dialogs/forms.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
-#include "ui/backend.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 

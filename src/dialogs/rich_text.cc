@@ -10,11 +10,12 @@
 #include <optional>
 #include <string>
 
-#include "dialogs/forms.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "ui/backend.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/dialogs/requesters.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 
@@ -57,6 +58,10 @@ bool qorForms::RichTextForm(Variant& text_rtf, const std::string& filename_to_lo
     request.open = file_open_allow;
     request.save = file_save_allow;
     request.print = print_allow;
+    request.choose_file = [](bool save) {
+      return save ? FileRequester().GetFileName("", "Rich Text Files", "*.rtf", true)
+                  : FileRequester().GetFileName("", "Rich Text Files", "*.rtf;*.wrf;*.txt");
+    };
     std::optional<std::string> loaded;
     if (IsNotBlank(Variant(filename_to_load), true)) loaded = ReadFileToEdit(filename_to_load);
     request.text = loaded ? std::move(*loaded) : vb::ConcatText(text_rtf);

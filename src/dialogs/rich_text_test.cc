@@ -7,7 +7,7 @@
 
 #include <fstream>
 
-#include "dialogs/forms.h"
+#include "qorsupport/dialogs/forms.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,4 +1,4 @@
-#include "frame/app.h"
+#include "qorsupport/frame/app.h"
 
 namespace qor {
 

@@ -1,4 +1,4 @@
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 
 #include <cstring>
 #include <map>

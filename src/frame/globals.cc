@@ -1,8 +1,8 @@
-#include "frame/globals.h"
+#include "qorsupport/frame/globals.h"
 
-#include "frame/app.h"
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/app.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 
@@ -69,6 +69,11 @@ bool IsTrue(const Variant& value) {
 bool FlagIsSet(int32_t value, int32_t flag) {
   if (value == 0 || flag == 0) return false;
   return IsNotBlank(Variant(static_cast<int32_t>(value & flag)), false);
+}
+
+std::string CutAtNul(const std::string& text) {
+  size_t nul = text.find('\0');
+  return nul == std::string::npos ? text : text.substr(0, nul);
 }
 
 void RaiseError(const std::string& source, const std::string& description) {

@@ -1,11 +1,11 @@
-#include "frame/globals.h"
+#include "qorsupport/frame/globals.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
-#include "frame/app.h"
-#include "frame/error.h"
+#include "qorsupport/frame/app.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor {
 namespace {

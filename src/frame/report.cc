@@ -1,8 +1,8 @@
-#include "frame/report.h"
+#include "qorsupport/frame/report.h"
 
-#include "dialogs/forms.h"
-#include "frame/vb.h"
-#include "ui/backend.h"
+#include "frame/message_box.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 
@@ -10,8 +10,7 @@ namespace {
 
 void ShowParts(const Variant& part1, const Variant& part2, const Variant& part3, int icon) {
   std::string p1 = vb::ConcatText(part1), p2 = vb::ConcatText(part2), p3 = vb::ConcatText(part3);
-  qorForms forms;
-  forms.MsgGrunt(p1, p2, p3, 0, static_cast<int16_t>(icon), 1);
+  ShowMessageBox(p1, p2, p3, 0, static_cast<int16_t>(icon), 1);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
-#include "frame/report.h"
+#include "qorsupport/frame/report.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/globals.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/procs/procs.h"
 #include "testing/test_util.h"
 
 namespace qor {

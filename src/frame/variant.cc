@@ -1,9 +1,9 @@
-#include "frame/variant.h"
+#include "qorsupport/frame/variant.h"
 
 #include <algorithm>
 #include <cctype>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor {
 

@@ -1,8 +1,8 @@
-#include "frame/variant.h"
+#include "qorsupport/frame/variant.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor {
 namespace {

@@ -1,4 +1,4 @@
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 #include <locale.h>
 #include <wctype.h>
@@ -9,8 +9,8 @@
 #include <limits>
 #include <random>
 
-#include "frame/error.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor::vb {
 

@@ -1,4 +1,4 @@
-#include "frame/vb_date.h"
+#include "qorsupport/frame/vb_date.h"
 
 #include <sys/time.h>
 
@@ -8,7 +8,7 @@
 #include <ctime>
 #include <vector>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor::vb {
 

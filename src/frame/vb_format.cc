@@ -1,4 +1,4 @@
-#include "frame/vb_format.h"
+#include "qorsupport/frame/vb_format.h"
 
 #include <cctype>
 #include <cmath>
@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "frame/error.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor::vb {
 

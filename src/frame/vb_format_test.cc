@@ -1,10 +1,10 @@
-#include "frame/vb_format.h"
+#include "qorsupport/frame/vb_format.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/error.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 
 namespace qor::vb {

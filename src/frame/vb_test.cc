@@ -1,11 +1,11 @@
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "frame/error.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 
 namespace qor::vb {

@@ -5,12 +5,12 @@
 #include <string>
 #include <thread>
 
-#include "frame/error.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
-#include "frame/vb_format.h"
-#include "procs/procs.h"
-#include "ui/backend.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
+#include "qorsupport/frame/vb_format.h"
+#include "qorsupport/procs/procs.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 

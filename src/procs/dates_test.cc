@@ -3,11 +3,11 @@
 #include <chrono>
 #include <cmath>
 
-#include "frame/error.h"
-#include "frame/vb_date.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb_date.h"
+#include "qorsupport/procs/procs.h"
+#include "qorsupport/ui/backend.h"
 #include "testing/test_util.h"
-#include "ui/backend.h"
 
 namespace qor {
 namespace {

@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/procs/procs.h"
 
 namespace qor {
 

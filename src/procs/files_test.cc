@@ -8,7 +8,7 @@
 #include <fstream>
 #include <functional>
 
-#include "procs/procs.h"
+#include "qorsupport/procs/procs.h"
 #include "testing/test_util.h"
 
 namespace qor {

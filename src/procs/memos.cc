@@ -3,10 +3,10 @@
 
 #include <string>
 
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/procs/procs.h"
 
 namespace qor {
 

@@ -3,10 +3,10 @@
 
 #include <cstdlib>
 
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/procs/procs.h"
 
 namespace qor {
 

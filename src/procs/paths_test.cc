@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "procs/procs.h"
+#include "qorsupport/procs/procs.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,10 +1,10 @@
-#include "procs/procs.h"
+#include "qorsupport/procs/procs.h"
 
-#include "dialogs/forms.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor {
 

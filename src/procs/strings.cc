@@ -5,11 +5,11 @@
 #include <random>
 #include <utility>
 
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
-#include "frame/vb_format.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_format.h"
+#include "qorsupport/procs/procs.h"
 
 namespace qor {
 

@@ -4,9 +4,9 @@
 #include <random>
 #include <set>
 
-#include "frame/error.h"
-#include "frame/vb_date.h"
-#include "procs/procs.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb_date.h"
+#include "qorsupport/procs/procs.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,9 +1,10 @@
 // qorWinAPIReg: copying a key with its subtree, and listing a key's subkeys
 // and values.
 
-#include "frame/report.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/registry/winapireg.h"
 #include "registry/codepage.h"
-#include "registry/winapireg.h"
 
 namespace qor {
 
@@ -52,7 +53,7 @@ bool qorWinAPIReg::RegistryCloneKey(int32_t pSrcKey, const std::string& pSrcPath
         if (!RereadValue(src.get(), name, type, &data, rep)) return false;
         kind = type == registry::kRegDword ? "DWORD" : "BINARY";
       } else if (type == registry::kRegSz || type == registry::kRegExpandSz) {
-        data = winapi_->SwabString(data);
+        data = CutAtNul(data);
         kind = "string";
       } else {
         rep.Fail("Unsupported value type " + std::to_string(type) + " on " + shown);
@@ -111,7 +112,7 @@ bool qorWinAPIReg::RegistryGetAllValues(int32_t pKey, const std::string& pKeyPat
           registry::kSuccess) {
         break;
       }
-      rows.emplace_back(FromCodePage(winapi_->SwabString(name)), static_cast<int32_t>(type));
+      rows.emplace_back(FromCodePage(CutAtNul(name)), static_cast<int32_t>(type));
     }
     if (!rows.empty()) {
       Array grown(VarType::kVariant, {{0, static_cast<int32_t>(rows.size()) - 1}, {0, 1}});

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "registry/registry_fixture.h"
+#include "registry/registry_test_fixture.h"
 
 namespace qor::registry {
 namespace {

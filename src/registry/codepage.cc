@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <mutex>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::registry {
 namespace {

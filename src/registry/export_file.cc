@@ -4,14 +4,14 @@
 #include <cstdio>
 #include <fstream>
 
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
+#include "qorsupport/registry/winapireg.h"
 #include "registry/codepage.h"
 #include "registry/export_format.h"
-#include "registry/winapireg.h"
 
 namespace qor::registry {
 namespace {

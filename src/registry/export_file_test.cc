@@ -7,11 +7,11 @@
 #include <regex>
 #include <sstream>
 
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 #include "registry/codepage.h"
 #include "registry/export_format.h"
-#include "registry/registry_fixture.h"
+#include "registry/registry_test_fixture.h"
 
 namespace qor::registry {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor::registry {
 namespace {

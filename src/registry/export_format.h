@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-#include "registry/store.h"
+#include "qorsupport/registry/store.h"
 
 namespace qor::registry {
 

@@ -1,12 +1,12 @@
 // qorWinAPIReg: reading and writing INI entries through the private
 // profile calls (profile.h).
 
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/registry/winapireg.h"
 #include "registry/codepage.h"
 #include "registry/profile.h"
-#include "registry/winapireg.h"
 
 namespace qor {
 

@@ -9,8 +9,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "frame/vb.h"
-#include "registry/registry_fixture.h"
+#include "qorsupport/frame/vb.h"
+#include "registry/registry_test_fixture.h"
 
 namespace qor::registry {
 namespace {

@@ -25,7 +25,7 @@
 #include <mutex>
 #include <string>
 
-#include "registry/store.h"
+#include "qorsupport/registry/store.h"
 
 struct sqlite3;
 

@@ -14,7 +14,7 @@
 #include <sstream>
 #include <thread>
 
-#include "registry/registry_fixture.h"
+#include "registry/registry_test_fixture.h"
 
 extern char** environ;
 

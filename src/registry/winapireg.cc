@@ -1,9 +1,10 @@
-#include "registry/winapireg.h"
+#include "qorsupport/registry/winapireg.h"
 
 #include <cstring>
 
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
 #include "registry/codepage.h"
 
 namespace qor {
@@ -29,7 +30,7 @@ int32_t LongFromBytes(const uint8_t* bytes) {
 qorWinAPIReg::qorWinAPIReg() : qorWinAPIReg(registry::DefaultStore()) {}
 
 qorWinAPIReg::qorWinAPIReg(std::shared_ptr<registry::RegistryStore> store)
-    : store_(std::move(store)), winapi_(std::make_shared<qorWinAPI>()) {}
+    : store_(std::move(store)) {}
 
 bool qorWinAPIReg::RegistryCheckKey(int32_t pKey, const std::string& pKeyPath) {
   return Guard(Reporter("RegistryCheckKey", false), false, [&] {
@@ -84,7 +85,7 @@ int32_t qorWinAPIReg::EnumValueAt(HKey key, uint32_t index, std::string* name, u
   int32_t rc = store_->EnumValue(key, index, name_buffer.data(), &name_size, type,
                                  reinterpret_cast<uint8_t*>(data->data()), &data_size);
   if (rc != registry::kSuccess) return rc;
-  *name = winapi_->SwabString(name_buffer);
+  *name = CutAtNul(name_buffer);
   data->resize(data_size);
   return rc;
 }
@@ -92,7 +93,7 @@ int32_t qorWinAPIReg::EnumValueAt(HKey key, uint32_t index, std::string* name, u
 int32_t qorWinAPIReg::EnumKeyAt(HKey key, uint32_t index, std::string* name) {
   std::string buffer(kKeyBuffer, ' ');
   int32_t rc = store_->EnumKey(key, index, buffer.data(), kKeyBuffer);
-  if (rc == registry::kSuccess) *name = winapi_->SwabString(buffer);
+  if (rc == registry::kSuccess) *name = CutAtNul(buffer);
   return rc;
 }
 
@@ -147,7 +148,7 @@ Variant qorWinAPIReg::RegistryGetValueString(int32_t pKey, const std::string& pK
     if (type == registry::kRegSz || type == registry::kRegExpandSz) {
       std::string buffer(size, ' ');
       store_->QueryValue(key.get(), name, &type, reinterpret_cast<uint8_t*>(buffer.data()), &size);
-      result = registry::FromCodePage(winapi_->SwabString(buffer));
+      result = registry::FromCodePage(CutAtNul(buffer));
     } else {
       rep.Fail("key is not a string, type is : " + std::to_string(type));
     }
@@ -295,7 +296,7 @@ Variant qorWinAPIReg::RegistryGetValue(int32_t pKey, const std::string& pKeyPath
     } else if (type == registry::kRegSz || type == registry::kRegExpandSz) {
       std::string buffer(size, ' ');
       store_->QueryValue(key.get(), name, &type, reinterpret_cast<uint8_t*>(buffer.data()), &size);
-      result = registry::FromCodePage(winapi_->SwabString(buffer));
+      result = registry::FromCodePage(CutAtNul(buffer));
     } else {
       rep.Fail("Un-Supported Key Size");
     }

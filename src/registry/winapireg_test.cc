@@ -1,26 +1,25 @@
 // qorWinAPIReg's single-key operations on a real store: the rules of each
 // operation, the kept quirks and the exact report texts.
 
-#include "registry/winapireg.h"
+#include "qorsupport/registry/winapireg.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
 #include "registry/codepage.h"
-#include "registry/registry_fixture.h"
-#include "shell/winapi.h"
+#include "registry/registry_test_fixture.h"
 
 namespace qor::registry {
 namespace {
 
 using Reg = RegistryFixture;
 
-TEST(SwabString, CutsAtTheFirstNul) {
-  qorWinAPI api;
-  EXPECT_EQ(api.SwabString("plain"), "plain");
-  EXPECT_EQ(api.SwabString(std::string("ab\0cd", 5)), "ab");
-  EXPECT_EQ(api.SwabString(std::string("\0x", 2)), "");
-  EXPECT_EQ(api.SwabString(""), "");
+TEST(CutAtNul, CutsAtTheFirstNul) {
+  EXPECT_EQ(CutAtNul("plain"), "plain");
+  EXPECT_EQ(CutAtNul(std::string("ab\0cd", 5)), "ab");
+  EXPECT_EQ(CutAtNul(std::string("\0x", 2)), "");
+  EXPECT_EQ(CutAtNul(""), "");
 }
 
 TEST_F(Reg, StringsRoundTripInTheCodePageAndCutAtNul) {

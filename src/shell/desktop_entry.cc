@@ -2,7 +2,7 @@
 
 #include <fstream>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::shell {
 

@@ -10,9 +10,9 @@
 #include <sstream>
 #include <thread>
 
+#include "qorsupport/shell/winapi.h"
 #include "shell/desktop_entry.h"
 #include "shell/test_files.h"
-#include "shell/winapi.h"
 #include "shell/xdg_mime.h"
 #include "testing/test_util.h"
 

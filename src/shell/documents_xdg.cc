@@ -5,9 +5,9 @@
 
 #include <filesystem>
 
+#include "qorsupport/shell/platform.h"
 #include "shell/cups_client.h"
 #include "shell/desktop_entry.h"
-#include "shell/platform.h"
 #include "shell/xdg_mime.h"
 
 namespace qor::shell {

@@ -13,7 +13,7 @@
 #include <set>
 #include <sstream>
 
-#include "shell/platform.h"
+#include "qorsupport/shell/platform.h"
 
 namespace qor::shell {
 

@@ -3,8 +3,8 @@
 
 #include <string.h>
 
-#include "frame/error.h"
-#include "shell/platform.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/shell/platform.h"
 
 namespace qor::shell {
 

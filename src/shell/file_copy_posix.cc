@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-#include "shell/platform.h"
+#include "qorsupport/shell/platform.h"
 
 namespace qor::shell {
 

@@ -1,11 +1,11 @@
-#include "shell/printer.h"
+#include "qorsupport/shell/printer.h"
 
 #include <cstdlib>
 
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "frame/vb.h"
-#include "ui/backend.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor {
 

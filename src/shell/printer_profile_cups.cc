@@ -1,7 +1,7 @@
 // The printer profile over CUPS.
 
+#include "qorsupport/shell/printer_profile.h"
 #include "shell/cups_client.h"
-#include "shell/printer_profile.h"
 
 namespace qor::shell {
 

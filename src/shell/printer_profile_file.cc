@@ -2,9 +2,9 @@
 // written with the INI engine's rules (registry/profile.h), texts in the
 // Windows code page as the files that come from Windows hold them.
 
+#include "qorsupport/shell/printer_profile.h"
 #include "registry/codepage.h"
 #include "registry/profile.h"
-#include "shell/printer_profile.h"
 
 namespace qor::shell {
 

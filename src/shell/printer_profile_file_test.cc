@@ -12,7 +12,7 @@
 #include <sstream>
 #include <thread>
 
-#include "shell/printer.h"
+#include "qorsupport/shell/printer.h"
 #include "testing/test_util.h"
 
 namespace qor {

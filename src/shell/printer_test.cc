@@ -1,6 +1,6 @@
 // qorWinAPIPrinter and ExecDoc "print" against a private CUPS server.
 
-#include "shell/printer.h"
+#include "qorsupport/shell/printer.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +12,9 @@
 #include <sstream>
 #include <thread>
 
-#include "shell/cups_server.h"
+#include "qorsupport/shell/winapi.h"
+#include "shell/cups_test_server.h"
 #include "shell/test_files.h"
-#include "shell/winapi.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "shell/platform.h"
+#include "qorsupport/shell/platform.h"
 
 extern char** environ;
 

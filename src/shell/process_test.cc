@@ -12,8 +12,8 @@
 #include <sstream>
 #include <thread>
 
+#include "qorsupport/shell/winapi.h"
 #include "shell/test_files.h"
-#include "shell/winapi.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "shell/cups_server.h"
+#include "shell/cups_test_server.h"
 #include "testing/test_util.h"
 
 namespace qor {

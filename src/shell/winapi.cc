@@ -1,13 +1,14 @@
-#include "shell/winapi.h"
+#include "qorsupport/shell/winapi.h"
 
 #include <cmath>
 #include <limits>
 
-#include "frame/error.h"
-#include "frame/report.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/ui/backend.h"
 #include "shell/command_line.h"
-#include "ui/backend.h"
 
 namespace qor {
 
@@ -16,10 +17,7 @@ qorWinAPI::Platform qorWinAPI::LinuxPlatform() {
           &shell::PosixErrorTexts(), &shell::MountTable()};
 }
 
-std::string qorWinAPI::SwabString(const std::string& s) {
-  size_t nul = s.find('\0');
-  return nul == std::string::npos ? s : s.substr(0, nul);
-}
+std::string qorWinAPI::SwabString(const std::string& s) { return CutAtNul(s); }
 
 Variant qorWinAPI::GetSysErrorMsg(int32_t err) {
   std::optional<std::string> text = platform_.error_texts->Lookup(err);

@@ -1,6 +1,6 @@
 // qorWinAPI's system texts, file copy, drives and twips.
 
-#include "shell/winapi.h"
+#include "qorsupport/shell/winapi.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
 #include "shell/test_files.h"
 #include "testing/test_util.h"
 

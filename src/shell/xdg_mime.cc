@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::shell {
 

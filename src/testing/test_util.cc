@@ -64,9 +64,9 @@ ScopedEnv::~ScopedEnv() {
   }
 }
 
-std::filesystem::path SharedDir() {
-  const char* dir = std::getenv("QOR_SHARED_DIR");
-  return dir ? std::filesystem::path(dir) : std::filesystem::path(QOR_SHARED_DIR_DEFAULT);
+std::filesystem::path TestDataDir() {
+  const char* dir = std::getenv("QOR_TESTDATA_DIR");
+  return dir ? std::filesystem::path(dir) : std::filesystem::path(QOR_TESTDATA_DIR_DEFAULT);
 }
 
 int RunUnprivileged(const std::function<int()>& checks) {

@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/error.h"
-#include "ui/backend.h"
-#include "ui/scripted.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/ui/backend.h"
+#include "qorsupport/ui/scripted.h"
 
 namespace qor::testing {
 
@@ -80,9 +80,9 @@ int ErrorNumberOf(Fn&& fn) {
 
 // The qor program built with the tests (QOR_BIN).
 std::string QorBinary();
-// The shared folder with the test data: QOR_SHARED_DIR, else the shared
-// folder beside the source tree the build was configured from.
-std::filesystem::path SharedDir();
+// The repository's folder of test files (testdata/): QOR_TESTDATA_DIR, else
+// the one of the source tree the build was configured from.
+std::filesystem::path TestDataDir();
 
 // Runs checks as an unprivileged user: in this process when it is one, else
 // in a forked child that has switched to user nobody (root is not held to

@@ -1,11 +1,9 @@
-#include "ui/backend.h"
+#include "qorsupport/ui/backend.h"
 
 #include <cstdlib>
 #include <map>
 #include <mutex>
-
-#include "ui/headless.h"
-#include "ui/scripted.h"
+#include <stdexcept>
 
 namespace qor::ui {
 
@@ -38,7 +36,8 @@ std::shared_ptr<Backend> ChooseDefault() {
   if (HasDisplay()) {
     if (auto backend = MakeBackend("qt")) return backend;
   }
-  return std::make_shared<HeadlessBackend>();
+  if (auto backend = MakeBackend("headless")) return backend;
+  throw std::logic_error("qorSupport: no user-interface backend is registered");
 }
 
 }  // namespace
@@ -97,8 +96,6 @@ std::shared_ptr<Backend> SetCurrent(std::shared_ptr<Backend> backend) {
 }
 
 std::shared_ptr<Backend> MakeBackend(const std::string& name) {
-  if (name == "headless") return std::make_shared<HeadlessBackend>();
-  if (name == "scripted") return std::make_shared<ScriptedBackend>();
   State& state = GetState();
   BackendMaker maker;
   {

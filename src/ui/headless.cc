@@ -1,4 +1,4 @@
-#include "ui/headless.h"
+#include "qorsupport/ui/headless.h"
 
 #include <string>
 
@@ -109,5 +109,13 @@ void HeadlessBackend::Beep() {
     std::fflush(out_);
   }
 }
+
+namespace {
+
+// Loading the library makes the backend selectable by name.
+[[maybe_unused]] const bool kRegistered =
+    (RegisterBackendMaker("headless", [] { return std::make_shared<HeadlessBackend>(); }), true);
+
+}  // namespace
 
 }  // namespace qor::ui

@@ -1,6 +1,6 @@
-#include "ui/scripted.h"
+#include "qorsupport/ui/scripted.h"
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::ui {
 
@@ -253,5 +253,13 @@ double ScriptedBackend::TextWidthMm(const std::string& font, int size, const std
 }
 
 void ScriptedBackend::Beep() { Record(UiEvent{"Beep", {}}); }
+
+namespace {
+
+// Loading the library makes the backend selectable by name.
+[[maybe_unused]] const bool kRegistered =
+    (RegisterBackendMaker("scripted", [] { return std::make_shared<ScriptedBackend>(); }), true);
+
+}  // namespace
 
 }  // namespace qor::ui

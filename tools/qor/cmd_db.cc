@@ -12,9 +12,9 @@
 
 #include "command.h"
 #include "db/names.h"
-#include "db/qor_db.h"
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::tool {
 namespace {

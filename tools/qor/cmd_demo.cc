@@ -1,9 +1,9 @@
 #include <cstdio>
 
 #include "command.h"
-#include "dialogs/forms.h"
-#include "frame/error.h"
-#include "frame/report.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/report.h"
 
 namespace qor::tool {
 

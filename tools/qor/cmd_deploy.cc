@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "command.h"
-#include "db/engine/engine.h"
-#include "db/engine/odbc_config.h"
-#include "db/qor_db.h"
-#include "dialogs/forms.h"
-#include "frame/error.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
+#include "db/engine/odbc/odbc_config.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::tool {
 

@@ -8,10 +8,10 @@
 
 #include "command.h"
 #include "dialog_args.h"
-#include "dialogs/forms.h"
-#include "dialogs/list.h"
-#include "frame/vb_date.h"
-#include "ui/backend.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/dialogs/list.h"
+#include "qorsupport/frame/vb_date.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor::tool {
 

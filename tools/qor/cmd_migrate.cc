@@ -8,9 +8,9 @@
 #include <cstdio>
 
 #include "command.h"
-#include "frame/error.h"
-#include "frame/vb.h"
 #include "migrate.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::tool {
 

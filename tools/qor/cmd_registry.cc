@@ -6,10 +6,10 @@
 #include <string>
 
 #include "command.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/registry/winapireg.h"
 #include "registry/codepage.h"
-#include "registry/winapireg.h"
 
 namespace qor::tool {
 namespace {

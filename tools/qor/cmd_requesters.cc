@@ -4,7 +4,7 @@
 
 #include "command.h"
 #include "dialog_args.h"
-#include "shell/requesters.h"
+#include "qorsupport/dialogs/requesters.h"
 
 namespace qor::tool {
 

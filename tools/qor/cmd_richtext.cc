@@ -4,7 +4,7 @@
 
 #include "command.h"
 #include "dialog_args.h"
-#include "dialogs/forms.h"
+#include "qorsupport/dialogs/forms.h"
 
 namespace qor::tool {
 

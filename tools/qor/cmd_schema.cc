@@ -12,10 +12,10 @@
 
 #include "command.h"
 #include "db/close_quietly.h"
-#include "db/qor_db.h"
 #include "db/schema_update.h"
-#include "frame/globals.h"
-#include "frame/vb.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::tool {
 namespace {

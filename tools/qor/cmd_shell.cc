@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "command.h"
-#include "shell/platform.h"
-#include "shell/printer.h"
+#include "qorsupport/shell/platform.h"
+#include "qorsupport/shell/printer.h"
 
 namespace qor::tool {
 

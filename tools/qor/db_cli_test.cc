@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "db/engine/engine.h"
 #include "db/test_databases.h"
+#include "qorsupport/db/engine/engine.h"
 #include "testing/test_util.h"
 
 namespace qor {

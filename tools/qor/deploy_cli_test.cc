@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "db/engine/engine.h"
-#include "db/engine/odbc_config.h"
-#include "db/engine/odbc_test_servers.h"
-#include "frame/vb.h"
+#include "db/engine/odbc/odbc_config.h"
+#include "db/engine/odbc/odbc_test_servers.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/vb.h"
 #include "testing/test_util.h"
 
 namespace qor::tool {

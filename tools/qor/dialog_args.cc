@@ -2,10 +2,10 @@
 
 #include <cstring>
 
-#include "dialogs/forms.h"
+#include "qorsupport/dialogs/forms.h"
 
 #ifdef QOR_HAVE_QT
-#include "ui/qt/qt_backend.h"
+#include "qorsupport/ui/qt/qt_backend.h"
 #endif
 
 namespace qor::tool {

@@ -7,7 +7,8 @@
 
 #include "command.h"
 #include "dialog_args.h"
-#include "frame/error.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/version.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ int main(int argc, char** argv) {
     return argc < 2 ? 2 : 0;
   }
   if (!std::strcmp(argv[1], "--version")) {
-    std::printf("qor 0.1.0\n");
+    std::printf("qor %s\n", QORSUPPORT_VERSION);
     return 0;
   }
   for (const auto& command : qor::tool::Commands()) {

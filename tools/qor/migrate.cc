@@ -6,13 +6,13 @@
 #include <memory>
 
 #include "db/close_quietly.h"
-#include "db/engine/engine.h"
-#include "db/engine/odbc_backend.h"
-#include "db/engine/odbc_rows.h"
-#include "db/qor_db.h"
+#include "db/engine/odbc/odbc_backend.h"
+#include "db/engine/odbc/odbc_rows.h"
 #include "db/sql_dialect.h"
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/db/qor_db.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::tool {
 

@@ -7,13 +7,13 @@
 #include <algorithm>
 #include <functional>
 
-#include "db/engine/engine.h"
-#include "db/engine/mdb_test_files.h"
-#include "db/engine/odbc_config.h"
-#include "db/engine/odbc_test_servers.h"
+#include "db/engine/mdb/mdb_test_files.h"
+#include "db/engine/odbc/odbc_config.h"
+#include "db/engine/odbc/odbc_test_servers.h"
 #include "db/test_databases.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 
 namespace qor::tool {

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "db/engine/engine.h"
-#include "db/engine/mdb_test_files.h"
-#include "frame/vb.h"
+#include "db/engine/mdb/mdb_test_files.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/vb.h"
 #include "testing/test_util.h"
 
 namespace qor::tool {

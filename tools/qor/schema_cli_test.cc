@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "db/engine/engine.h"
 #include "db/schema_test_db.h"
+#include "qorsupport/db/engine/engine.h"
 #include "testing/test_util.h"
 
 namespace qor {

@@ -1,10 +1,10 @@
-#include "db/engine/dao.h"
+#include "qorsupport/db/engine/dao.h"
 
 #include <mutex>
 #include <utility>
 
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::dao {
 

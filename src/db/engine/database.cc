@@ -3,12 +3,12 @@
 #include <fstream>
 #include <mutex>
 
-#include "db/engine/engine.h"
 #include "db/engine/jet_lexer.h"
-#include "db/engine/odbc_backend.h"
-#include "db/engine/sqlite_backend.h"
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "db/engine/odbc/odbc_backend.h"
+#include "db/engine/sqlite/sqlite_backend.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::dao {
 

@@ -1,13 +1,13 @@
 // The object model walked through a real database file.
-#include "db/engine/engine.h"
+#include "qorsupport/db/engine/engine.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdio>
 
-#include "frame/error.h"
-#include "frame/vb_date.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 
 namespace qor::dao {

@@ -2,7 +2,7 @@
 
 #include <cctype>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::dao::jet {
 

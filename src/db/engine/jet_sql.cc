@@ -5,10 +5,10 @@
 #include <map>
 #include <vector>
 
-#include "db/engine/dao.h"
 #include "db/engine/jet_lexer.h"
-#include "frame/vb.h"
-#include "frame/vb_date.h"
+#include "qorsupport/db/engine/dao.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor::dao::jet {
 

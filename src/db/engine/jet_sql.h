@@ -23,7 +23,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/variant.h"
+#include "qorsupport/frame/variant.h"
 
 namespace qor::dao::jet {
 

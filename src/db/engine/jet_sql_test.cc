@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "db/engine/dao.h"
-#include "db/engine/sqlite_functions.h"
-#include "frame/error.h"
+#include "db/engine/sqlite/sqlite_functions.h"
+#include "qorsupport/db/engine/dao.h"
+#include "qorsupport/frame/error.h"
 
 namespace qor::dao::jet {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "frame/vb.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::dao {
 

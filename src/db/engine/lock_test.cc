@@ -5,9 +5,9 @@
 #include <chrono>
 #include <functional>
 
-#include "db/engine/engine.h"
 #include "db/engine/lock_file.h"
-#include "frame/error.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/error.h"
 #include "testing/test_util.h"
 
 namespace qor::dao {

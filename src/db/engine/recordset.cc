@@ -2,9 +2,9 @@
 
 #include <cstdlib>
 
-#include "db/engine/engine.h"
-#include "frame/error.h"
-#include "frame/vb.h"
+#include "qorsupport/db/engine/engine.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
 
 namespace qor::dao {
 

@@ -1,4 +1,4 @@
-#include "ui/qt/qt_backend.h"
+#include "qorsupport/ui/qt/qt_backend.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -12,7 +12,7 @@
 #include <cstring>
 #include <string>
 
-#include "frame/report.h"
+#include "qorsupport/frame/report.h"
 #include "ui/qt/qt_dialogs.h"
 #include "ui/qt/rich_text_form.h"
 
@@ -178,7 +178,7 @@ void RegisterQtBackend() { RegisterBackendMaker("qt", &MakeQtBackend); }
 namespace {
 
 // Loading the library makes the backend selectable.
-const bool kRegistered = (RegisterQtBackend(), true);
+[[maybe_unused]] const bool kRegistered = (RegisterQtBackend(), true);
 
 }  // namespace
 

@@ -1,7 +1,7 @@
 // The Qt backend on real widgets (Qt's offscreen platform), driven with
 // QTest the way a user drives the dialogs: keys, clicks, the close control.
 
-#include "ui/qt/qt_backend.h"
+#include "qorsupport/ui/qt/qt_backend.h"
 
 #include <gtest/gtest.h>
 
@@ -13,10 +13,10 @@
 #include <filesystem>
 #include <functional>
 
-#include "dialogs/forms.h"
-#include "dialogs/list.h"
-#include "frame/vb_date.h"
-#include "shell/requesters.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/dialogs/list.h"
+#include "qorsupport/dialogs/requesters.h"
+#include "qorsupport/frame/vb_date.h"
 #include "testing/test_util.h"
 #include "ui/qt/qt_dialogs.h"
 #include "ui/qt/qt_test_util.h"

@@ -12,8 +12,6 @@
 #include <cmath>
 #include <filesystem>
 
-#include "dialogs/forms.h"
-
 namespace qor::ui::qt {
 
 namespace {
@@ -257,7 +255,8 @@ std::optional<double> CalendarDialog::answer() const {
 
 // ---- Menu form ---------------------------------------------------------------
 
-MenuDialog::MenuDialog(const MenuRequest& request, QWidget* parent) : QDialog(parent) {
+MenuDialog::MenuDialog(const MenuRequest& request, QWidget* parent)
+    : QDialog(parent), keys_(request.keys) {
   setObjectName("qorMenuForm");
   setWindowTitle(ToQ(request.title));
   auto* layout = new QVBoxLayout(this);
@@ -301,8 +300,9 @@ void MenuDialog::Choose(int choice) {
 void MenuDialog::keyPressEvent(QKeyEvent* event) {
   const QString text = event->text();
   if (text.size() == 1) {
-    if (std::optional<int> choice = MenuKeyChoice(text.at(0).unicode())) {
-      Choose(*choice);
+    auto key = keys_.find(text.at(0).unicode());
+    if (key != keys_.end()) {
+      Choose(key->second);
       return;
     }
   }

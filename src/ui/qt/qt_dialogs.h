@@ -24,11 +24,12 @@
 #include <QPushButton>
 #include <QStringList>
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "ui/backend.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor::ui::qt {
 
@@ -110,6 +111,7 @@ class MenuDialog : public QDialog {
 
  private:
   void Choose(int choice);
+  std::map<char32_t, int> keys_;
   int choice_ = 0;
 };
 

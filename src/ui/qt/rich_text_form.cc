@@ -11,11 +11,10 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "dialogs/rtf/document_io.h"
-#include "frame/globals.h"
-#include "frame/report.h"
-#include "shell/requesters.h"
+#include "qorsupport/frame/globals.h"
+#include "qorsupport/frame/report.h"
 #include "ui/qt/qt_dialogs.h"
+#include "ui/qt/rtf/document_io.h"
 
 namespace qor::ui::qt {
 
@@ -184,7 +183,8 @@ QString CaretStatus(const QTextCursor& cursor) {
   return QString(" Line %1, Column %2").arg(line + 1).arg(column + 1);
 }
 
-RichTextDialog::RichTextDialog(const RichTextRequest& request, QWidget* parent) : QDialog(parent) {
+RichTextDialog::RichTextDialog(const RichTextRequest& request, QWidget* parent)
+    : QDialog(parent), choose_file_(request.choose_file) {
   setObjectName("qorRichTextForm");
   setWindowTitle(ToQ(request.title));
   setSizeGripEnabled(true);
@@ -365,7 +365,7 @@ void RichTextDialog::Justify(const QString& key, Qt::Alignment alignment) {
 }
 
 void RichTextDialog::OpenFile() {
-  const std::string path = FileRequester().GetFileName("", "Rich Text Files", "*.rtf;*.wrf;*.txt");
+  const std::string path = choose_file_ ? choose_file_(false) : std::string();
   if (IsBlank(Variant(path), true)) return;
   // The file is read into a document of its own, which then replaces the
   // box's: the box lays the text out once, not at every insertion.
@@ -388,7 +388,7 @@ void RichTextDialog::OpenFile() {
 }
 
 void RichTextDialog::SaveFile() {
-  const std::string path = FileRequester().GetFileName("", "Rich Text Files", "*.rtf", true);
+  const std::string path = choose_file_ ? choose_file_(true) : std::string();
   if (IsBlank(Variant(path), true)) return;
   std::string error;
   if (!rtf::SaveDocumentFile(*editor_->document(), path, &error)) {

@@ -32,10 +32,11 @@
 #include <QToolBar>
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
-#include "ui/backend.h"
+#include "qorsupport/ui/backend.h"
 
 namespace qor::ui::qt {
 
@@ -94,6 +95,7 @@ class RichTextDialog : public QDialog {
   QComboBox* font_size_;
   QComboBox* font_colour_;
   QLabel* status_;
+  std::function<std::string(bool save)> choose_file_;
   std::string load_error_;
 };
 

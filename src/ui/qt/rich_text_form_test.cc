@@ -20,12 +20,12 @@
 #include <fstream>
 #include <sstream>
 
-#include "dialogs/forms.h"
-#include "dialogs/rtf/document_io.h"
+#include "qorsupport/dialogs/forms.h"
+#include "qorsupport/ui/qt/qt_backend.h"
 #include "testing/test_util.h"
-#include "ui/qt/qt_backend.h"
 #include "ui/qt/qt_dialogs.h"
 #include "ui/qt/qt_test_util.h"
+#include "ui/qt/rtf/document_io.h"
 
 namespace qor::ui {
 namespace {

@@ -1,0 +1,74 @@
+# Debian packages with CPack, one per install component:
+#   libqorsupport0      runtime   the shared libraries (qorsupport, the Qt backend)
+#   libqorsupport-dev   dev       headers, SONAME links, CMake package, pkg-config
+#   qor                 tool      the qor program, its manual page and completion
+#   libqorsupport-doc   doc       the API reference
+# Dependencies come from dpkg-shlibdeps. scripts/build-debs.sh configures a
+# build with QOR_PACKAGE_DEBIAN=ON and runs cpack; lintian checks the result.
+
+option(QOR_PACKAGE_DEBIAN "Install the Debian documentation files (copyright, changelog)" OFF)
+
+set(QOR_DEB_PACKAGES
+  runtime libqorsupport0
+  dev libqorsupport-dev
+  tool qor
+  doc libqorsupport-doc)
+
+if(QOR_PACKAGE_DEBIAN)
+  configure_file(packaging/debian/changelog ${PROJECT_BINARY_DIR}/debian/changelog.Debian @ONLY)
+  execute_process(COMMAND gzip -n -9 -f ${PROJECT_BINARY_DIR}/debian/changelog.Debian
+                  RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "gzip of the Debian changelog failed")
+  endif()
+  set(pairs ${QOR_DEB_PACKAGES})
+  while(pairs)
+    list(POP_FRONT pairs component package)
+    install(FILES packaging/debian/copyright ${PROJECT_BINARY_DIR}/debian/changelog.Debian.gz
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+  endwhile()
+endif()
+
+set(CPACK_PACKAGE_NAME qorsupport)
+set(CPACK_PACKAGE_VENDOR "qorSupport developers")
+set(CPACK_PACKAGE_CONTACT "qorSupport developers <qorsupport@example.org>")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime dev tool doc)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_STRIP_FILES ON)
+# The package's own libraries satisfy the program's and each other's needs.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+  ${PROJECT_BINARY_DIR}/src ${PROJECT_BINARY_DIR}/src/ui/qt)
+set(QOR_DEB_SELF "(= ${PROJECT_VERSION}-1)")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libqorsupport0)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY "=")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
+  "support library for desktop business applications\n The shared libraries of qorSupport: database schema work over its own DAO-style\n engine (SQLite files, ODBC servers, legacy Jet files), the registry and INI\n files, processes, documents, printers, message boxes and small dialogs, and\n the Qt 6 Widgets backend of the dialogs.")
+
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libqorsupport-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libqorsupport0 ${QOR_DEB_SELF}")
+set(CPACK_COMPONENT_DEV_DESCRIPTION
+  "support library for desktop business applications - development files\n The public headers of qorSupport (<qorsupport/...>), the links to its shared\n libraries, a CMake package (find_package(qorSupport CONFIG)) and pkg-config\n files (qorsupport, qorsupport-qt).")
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME qor)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libqorsupport0 ${QOR_DEB_SELF}")
+set(CPACK_COMPONENT_TOOL_DESCRIPTION
+  "command-line program of the qorSupport library\n qor reaches qorSupport from the shell: its dialogs, the registry and INI\n files, processes, documents and printers, database schema work, cloning and\n migration of legacy Jet files, and late-bound automation as JSON lines.")
+
+set(CPACK_DEBIAN_DOC_PACKAGE_NAME libqorsupport-doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+set(CPACK_COMPONENT_DOC_DESCRIPTION
+  "support library for desktop business applications - API reference\n The API reference of qorSupport in HTML, made with Doxygen from the contract\n comments of its public headers.")
+
+include(CPack)

@@ -1,0 +1,489 @@
+#include "db/engine/sqlite/sqlite_backend.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "db/engine/jet_sql.h"
+#include "db/engine/sqlite/sqlite_catalog.h"
+#include "db/engine/sqlite/sqlite_cursor.h"
+#include "db/engine/sqlite/sqlite_functions.h"
+#include "qorsupport/frame/error.h"
+#include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_date.h"
+
+namespace qor::dao::sqlite {
+
+using jet::QuoteName;
+using jet::QuoteText;
+
+namespace {
+
+constexpr std::string_view kHeader("SQLite format 3\0", 16);
+
+const char* const kCatalog =
+    "CREATE TABLE IF NOT EXISTS MSysObjects(Name TEXT COLLATE NOCASE PRIMARY KEY,"
+    " Kind TEXT NOT NULL, Attributes INTEGER DEFAULT 0, ValidationRule TEXT, ValidationText TEXT,"
+    " Connect TEXT, SourceTable TEXT, SQL TEXT, DateCreate TEXT, DateUpdate TEXT);"
+    "CREATE TABLE IF NOT EXISTS MSysColumns(TableName TEXT COLLATE NOCASE, Name TEXT COLLATE"
+    " NOCASE, Position INTEGER, Type INTEGER, Size INTEGER, Attributes INTEGER, Required INTEGER,"
+    " AllowZeroLength INTEGER, DefaultValue TEXT, ValidationRule TEXT, ValidationText TEXT,"
+    " Seed INTEGER DEFAULT 1, PRIMARY KEY(TableName, Name));"
+    "CREATE TABLE IF NOT EXISTS MSysIndexes(TableName TEXT COLLATE NOCASE, Name TEXT COLLATE"
+    " NOCASE, Position INTEGER, IsPrimary INTEGER, IsUnique INTEGER, IgnoreNulls INTEGER,"
+    " Fields TEXT, PRIMARY KEY(TableName, Name));"
+    "CREATE TABLE IF NOT EXISTS MSysProperties(Kind TEXT, TableName TEXT COLLATE NOCASE,"
+    " ObjectName TEXT COLLATE NOCASE, Name TEXT COLLATE NOCASE, Type INTEGER, Value,"
+    " Position INTEGER, PRIMARY KEY(Kind, TableName, ObjectName, Name));";
+
+// The application id that marks a file as ours ("QORD").
+constexpr int kApplicationId = 0x514F5244;
+
+std::string Upper(std::string_view s) { return vb::UCase(s); }
+
+// A DAO type for a column that the catalog does not describe.
+int TypeFromDeclared(std::string_view declared) {
+  std::string t = Upper(declared);
+  if (t.find("INT") != std::string::npos) return kLong;
+  if (t.find("CHAR") != std::string::npos || t.find("CLOB") != std::string::npos) return kMemo;
+  if (t.find("TEXT") != std::string::npos) return kMemo;
+  if (t.find("BLOB") != std::string::npos || t.empty()) return kLongBinary;
+  if (t.find("REAL") != std::string::npos || t.find("FLOA") != std::string::npos ||
+      t.find("DOUB") != std::string::npos) {
+    return kDouble;
+  }
+  if (t.find("DATE") != std::string::npos || t.find("TIME") != std::string::npos) return kDate;
+  if (t.find("BOOL") != std::string::npos) return kBoolean;
+  return kDouble;
+}
+
+}  // namespace
+
+// ---- Opening ---------------------------------------------------------------------
+
+SqliteBackend::SqliteBackend(std::string path, std::unique_ptr<Db> db, bool read_only)
+    : path_(std::move(path)), db_(std::move(db)), read_only_(read_only) {}
+
+SqliteBackend::~SqliteBackend() { Close(); }
+
+std::unique_ptr<SqliteBackend> SqliteBackend::Open(const OpenRequest& request) {
+  RegisterEngineErrors();
+  const std::string& path = request.name;
+  struct stat st;
+  if (::stat(path.c_str(), &st) != 0) {
+    if (errno == ENOTDIR) Fail(e::kInvalidPath, {path});
+    std::string dir =
+        path.substr(0, path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/'));
+    if (!dir.empty() && ::access(dir.c_str(), F_OK) != 0) Fail(e::kInvalidPath, {path});
+    Fail(e::kFileNotFound, {path});
+  }
+  if (S_ISDIR(st.st_mode)) Fail(e::kInvalidPath, {path});
+  if (::access(path.c_str(), R_OK) != 0) Fail(e::kNoPermission, {path});
+  {
+    std::ifstream in(path, std::ios::binary);
+    char header[16] = {};
+    in.read(header, sizeof header);
+    if (in.gcount() != 16 || std::string_view(header, 16) != kHeader) {
+      Fail(e::kUnrecognizedFormat, {path});
+    }
+  }
+  // A file without write permission bits is read-only also for root.
+  bool read_only = request.read_only || ::access(path.c_str(), W_OK) != 0 ||
+                   (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+  int flags = (read_only ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX;
+  std::unique_ptr<Db> db;
+  try {
+    db = std::make_unique<Db>(path, flags);
+  } catch (const Error&) {
+    Fail(e::kNoPermission, {path});
+  }
+  std::unique_ptr<SqliteBackend> backend(new SqliteBackend(path, std::move(db), read_only));
+  if (!read_only) {
+    backend->locks_ = std::make_unique<LockFile>(path);
+    if (!backend->locks_->LockDatabase(request.exclusive)) Fail(e::kFileInUse, {path});
+  }
+  try {
+    backend->Prepare(false);
+  } catch (const Error& error) {
+    if (error.number() == e::kUnrecognizedFormat) Fail(e::kUnrecognizedFormat, {path});
+    throw;
+  }
+  return backend;
+}
+
+std::unique_ptr<SqliteBackend> SqliteBackend::Create(const std::string& path,
+                                                     std::string_view locale) {
+  RegisterEngineErrors();
+  if (!locale.empty() && vb::UCase(locale).find(";LANGID=") == std::string::npos) {
+    Fail(e::kInvalidArgument);
+  }
+  if (::access(path.c_str(), F_OK) == 0) Fail(e::kDatabaseExists);
+  size_t slash = path.find_last_of('/');
+  std::string dir = slash == std::string::npos ? "." : path.substr(0, slash);
+  if (dir.empty()) dir = "/";
+  if (::access(dir.c_str(), F_OK) != 0) Fail(e::kInvalidPath, {path});
+  if (::access(dir.c_str(), W_OK) != 0) Fail(e::kNoPermission, {path});
+  auto db = std::make_unique<Db>(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
+                                           SQLITE_OPEN_EXCLUSIVE | SQLITE_OPEN_NOMUTEX);
+  std::unique_ptr<SqliteBackend> backend(new SqliteBackend(path, std::move(db), false));
+  backend->locks_ = std::make_unique<LockFile>(path);
+  backend->locks_->LockDatabase(false);
+  try {
+    backend->Prepare(true);
+  } catch (...) {
+    backend->Close();
+    RemoveFiles(path);
+    throw;
+  }
+  return backend;
+}
+
+bool SqliteBackend::RemoveFiles(const std::string& path) {
+  std::error_code error;
+  std::filesystem::remove(path, error);
+  const bool gone = !error;
+  for (const std::string& beside :
+       {path + "-journal", path + "-wal", path + "-shm", LockFile::PathFor(path)}) {
+    std::filesystem::remove(beside, error);
+  }
+  return gone;
+}
+
+void SqliteBackend::Prepare(bool create) {
+  RegisterFunctions(db_->raw());
+  // "x" is always a name, never a string that stands in for a missing one.
+  sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+  sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+  sqlite3_busy_timeout(db_->raw(), 0);
+  // Validate the file before anything else touches it.
+  db_->Exec("SELECT count(*) FROM sqlite_schema");
+  if (create) {
+    db_->Exec("PRAGMA journal_mode=WAL; PRAGMA application_id=" + std::to_string(kApplicationId));
+    EnsureCatalog();
+  } else if (!read_only_) {
+    db_->Exec("PRAGMA journal_mode=WAL");
+    EnsureCatalog();
+  }
+}
+
+void SqliteBackend::EnsureCatalog() {
+  auto stmt = db_->Prepare("SELECT count(*) FROM sqlite_schema WHERE name='MSysProperties'");
+  stmt->Step();
+  if (stmt->Int(0) == 0) {
+    stmt.reset();
+    db_->Exec(std::string("BEGIN IMMEDIATE;") + kCatalog + "COMMIT;");
+  }
+}
+
+void SqliteBackend::Close() {
+  if (!db_) return;
+  if (in_transaction_) {
+    try {
+      db_->Exec("ROLLBACK");
+    } catch (const Error&) {
+    }
+  }
+  db_.reset();
+  locks_.reset();
+}
+
+void SqliteBackend::CheckWritable() const {
+  if (read_only_) Fail(e::kReadOnly);
+}
+
+void SqliteBackend::Idle() {
+  // Statements are reset after every use, so each read sees the newest
+  // committed data; only the catalog cache needs a look.
+  if (CatalogVersion() != cached_version_) cache_valid_ = false;
+}
+
+// ---- Transactions ------------------------------------------------------------------
+
+void SqliteBackend::BeginTrans() {
+  if (in_transaction_) Fail(e::kInvalidOperation);
+  db_->Exec("BEGIN");
+  in_transaction_ = true;
+}
+
+void SqliteBackend::CommitTrans() {
+  if (!in_transaction_) Fail(e::kInvalidOperation);
+  db_->Exec("COMMIT");
+  in_transaction_ = false;
+}
+
+void SqliteBackend::Rollback() {
+  if (!in_transaction_) Fail(e::kInvalidOperation);
+  db_->Exec("ROLLBACK");
+  in_transaction_ = false;
+  cache_valid_ = false;
+}
+
+void SqliteBackend::Atomically(const std::function<void()>& fn) {
+  CheckWritable();
+  db_->Exec("SAVEPOINT qor_ddl");
+  try {
+    fn();
+    BumpCatalogVersion();
+    db_->Exec("RELEASE qor_ddl");
+  } catch (...) {
+    try {
+      db_->Exec("ROLLBACK TO qor_ddl; RELEASE qor_ddl");
+    } catch (const Error&) {
+    }
+    db_->ClearCache();
+    cache_valid_ = false;
+    throw;
+  }
+  db_->ClearCache();
+  Touch();
+}
+
+void SqliteBackend::Touch() { cache_valid_ = false; }
+
+void SqliteBackend::BumpCatalogVersion() {
+  // Other connections notice property changes, which leave SQLite's own
+  // schema version alone, by the user version.
+  int64_t version = 0;
+  {
+    auto stmt = db_->Prepare("SELECT user_version FROM pragma_user_version");
+    stmt->Step();
+    version = stmt->Int(0);
+  }
+  db_->Exec("PRAGMA user_version = " + std::to_string((version + 1) % 0x7fffffff));
+}
+
+// ---- Reading the catalog ------------------------------------------------------------
+
+int64_t SqliteBackend::CatalogVersion() {
+  auto stmt = db_->Prepare(
+      "SELECT schema_version, user_version FROM pragma_schema_version,"
+      " pragma_user_version");
+  stmt->Step();
+  return (stmt->Int(0) << 32) + stmt->Int(1);
+}
+
+TableInfo SqliteBackend::Describe(const std::string& name, bool in_catalog) {
+  TableInfo t;
+  t.name = name;
+  if (!in_catalog) {
+    if (Upper(name).rfind("MSYS", 0) == 0) t.attributes = kSystemObject;
+    auto cols = db_->PrepareOnce("SELECT name, type, cid FROM pragma_table_info(?1)");
+    cols->BindText(1, name);
+    while (cols->Step()) {
+      FieldInfo f;
+      f.name = cols->Text(0);
+      f.type = TypeFromDeclared(cols->Text(1));
+      f.size = DefaultFieldSize(f.type);
+      f.ordinal_position = static_cast<int32_t>(cols->Int(2));
+      f.allow_zero_length = IsTextType(f.type);
+      t.fields.push_back(f);
+    }
+    auto idx = db_->PrepareOnce(
+        "SELECT name, \"unique\", origin FROM pragma_index_list(?1) ORDER BY name");
+    idx->BindText(1, name);
+    while (idx->Step()) {
+      IndexInfo ix;
+      ix.name = idx->Text(0);
+      ix.unique = idx->Int(1) != 0;
+      ix.primary = idx->Text(2) == "pk";
+      auto info = db_->PrepareOnce("SELECT name, desc FROM pragma_index_xinfo(?1) WHERE key");
+      info->BindText(1, ix.name);
+      while (info->Step()) {
+        ix.fields.push_back({info->Text(0), info->Int(1) ? kDescending : 0});
+      }
+      t.indexes.push_back(ix);
+    }
+    return t;
+  }
+  auto obj = db_->Prepare(
+      "SELECT Name, Attributes, ValidationRule, ValidationText, Connect,"
+      " SourceTable FROM MSysObjects WHERE Name = ?1 AND Kind = 'T'");
+  obj->BindText(1, name);
+  if (obj->Step()) {
+    t.name = obj->Text(0);
+    t.attributes = static_cast<int32_t>(obj->Int(1));
+    t.validation_rule = obj->Text(2);
+    t.validation_text = obj->Text(3);
+    t.connect = obj->Text(4);
+    t.source_table_name = obj->Text(5);
+  }
+  obj.reset();
+  auto cols = db_->Prepare(
+      "SELECT Name, Type, Size, Attributes, Required, AllowZeroLength, DefaultValue,"
+      " ValidationRule, ValidationText, Position FROM MSysColumns WHERE TableName = ?1"
+      " ORDER BY Position");
+  cols->BindText(1, name);
+  while (cols->Step()) {
+    FieldInfo f;
+    f.name = cols->Text(0);
+    f.type = static_cast<int>(cols->Int(1));
+    f.size = static_cast<int32_t>(cols->Int(2));
+    f.attributes = static_cast<int32_t>(cols->Int(3));
+    f.required = cols->Int(4) != 0;
+    f.allow_zero_length = cols->Int(5) != 0;
+    f.default_value = cols->Text(6);
+    f.validation_rule = cols->Text(7);
+    f.validation_text = cols->Text(8);
+    f.ordinal_position = static_cast<int32_t>(cols->Int(9));
+    t.fields.push_back(f);
+  }
+  cols.reset();
+  auto idx = db_->Prepare(
+      "SELECT Name, IsPrimary, IsUnique, IgnoreNulls, Fields FROM MSysIndexes"
+      " WHERE TableName = ?1 ORDER BY Position");
+  idx->BindText(1, name);
+  while (idx->Step()) {
+    IndexInfo ix;
+    ix.name = idx->Text(0);
+    ix.primary = idx->Int(1) != 0;
+    ix.unique = idx->Int(2) != 0;
+    ix.ignore_nulls = idx->Int(3) != 0;
+    ix.fields = DecodeIndexFields(idx->Text(4));
+    t.indexes.push_back(ix);
+  }
+  idx.reset();
+  auto props = db_->Prepare(
+      "SELECT Kind, ObjectName, Name, Type, Value FROM MSysProperties"
+      " WHERE TableName = ?1 AND Kind IN ('T','F','I') ORDER BY Position");
+  props->BindText(1, name);
+  while (props->Step()) {
+    PropertyInfo p;
+    p.name = props->Text(2);
+    p.type = static_cast<int>(props->Int(3));
+    p.value = props->Value(4, p.type);
+    std::string kind = props->Text(0), owner = props->Text(1);
+    if (kind == "T") {
+      t.properties.push_back(p);
+    } else if (kind == "F") {
+      int i = FindByName(t.fields, owner);
+      if (i >= 0) t.fields[static_cast<size_t>(i)].properties.push_back(p);
+    } else {
+      int i = FindByName(t.indexes, owner);
+      if (i >= 0) t.indexes[static_cast<size_t>(i)].properties.push_back(p);
+    }
+  }
+  return t;
+}
+
+std::vector<TableInfo> SqliteBackend::ReadTables() {
+  cached_version_ = CatalogVersion();
+  std::vector<std::pair<std::string, bool>> names;
+  {
+    auto stmt = db_->Prepare(
+        "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
+        " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
+        " 'sqlite!_%' ESCAPE '!' ORDER BY s.name COLLATE NOCASE");
+    while (stmt->Step()) names.emplace_back(stmt->Text(0), stmt->Int(1) != 0);
+  }
+  std::vector<TableInfo> tables;
+  table_cache_.clear();
+  for (const auto& [name, in_catalog] : names) {
+    tables.push_back(Describe(name, in_catalog));
+    table_cache_[Upper(name)] = tables.back();
+  }
+  cache_valid_ = true;
+  return tables;
+}
+
+const TableInfo& SqliteBackend::Table(std::string_view name) {
+  if (!cache_valid_ || CatalogVersion() != cached_version_) ReadTables();
+  auto it = table_cache_.find(Upper(name));
+  if (it == table_cache_.end()) Fail(e::kInputTableNotFound, {std::string(name)});
+  return it->second;
+}
+
+std::vector<QueryInfo> SqliteBackend::ReadQueries() {
+  std::vector<QueryInfo> queries;
+  auto stmt = db_->Prepare("SELECT Name, SQL FROM MSysObjects WHERE Kind = 'Q' ORDER BY Name");
+  while (stmt->Step()) queries.push_back({stmt->Text(0), stmt->Text(1), {}});
+  stmt.reset();
+  for (QueryInfo& q : queries) {
+    auto props = db_->Prepare(
+        "SELECT Name, Type, Value FROM MSysProperties WHERE Kind = 'Q'"
+        " AND TableName = ?1 ORDER BY Position");
+    props->BindText(1, q.name);
+    while (props->Step()) {
+      int type = static_cast<int>(props->Int(1));
+      q.properties.push_back({props->Text(0), type, props->Value(2, type)});
+    }
+  }
+  return queries;
+}
+
+std::vector<PropertyInfo> SqliteBackend::ReadDatabaseProperties() {
+  std::vector<PropertyInfo> out;
+  auto props = db_->Prepare(
+      "SELECT Name, Type, Value FROM MSysProperties WHERE Kind = 'D' ORDER BY Position");
+  while (props->Step()) {
+    int type = static_cast<int>(props->Int(1));
+    out.push_back({props->Text(0), type, props->Value(2, type)});
+  }
+  return out;
+}
+
+// ---- Statements and cursors ---------------------------------------------------------
+
+int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
+  std::string text;
+  if (options & kSQLPassThrough) {
+    text = std::string(sql);
+  } else {
+    jet::Statement st = jet::TranslateStatement(sql);
+    if (st.kind == jet::StatementKind::kSelect) Fail(e::kInvalidOperation);
+    text = st.sql;
+  }
+  CheckWritable();
+  auto stmt = db_->PrepareOnce(text);
+  stmt->Run();
+  return db_->Changes();
+}
+
+std::unique_ptr<Cursor> SqliteBackend::OpenTable(std::string_view table, int type,
+                                                 int32_t options) {
+  const TableInfo& info = Table(table);
+  bool writable =
+      !read_only_ && type != kOpenSnapshot && type != kOpenForwardOnly && !(options & kReadOnly);
+  if (locks_ && !locks_->TableFree(info.name, false)) {
+    Fail(e::kTableLockedByUser, {info.name, "Admin", "this machine"});
+  }
+  return MakeTableCursor(this, info, writable, options);
+}
+
+std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type, int32_t options) {
+  jet::Statement st;
+  if (options & kSQLPassThrough) {
+    st.sql = std::string(sql);
+  } else {
+    st = jet::TranslateStatement(sql);
+    if (st.kind != jet::StatementKind::kSelect) Fail(e::kInvalidOperation);
+  }
+  bool writable =
+      !read_only_ && type == kOpenDynaset && !(options & kReadOnly) && !st.single_table.empty();
+  return MakeQueryCursor(this, st.sql, writable ? st.single_table : "");
+}
+
+Variant SqliteBackend::Evaluate(std::string_view expression, int type) {
+  std::string text(expression);
+  if (!text.empty() && text.front() == '=') text.erase(0, 1);
+  auto stmt = db_->PrepareOnce("SELECT " + jet::TranslateExpression(text));
+  stmt->Step();
+  return stmt->Value(0, type);
+}
+
+// ---- Provider -------------------------------------------------------------------------
+
+bool SqliteProvider::Accepts(const OpenRequest& request, std::string_view header) const {
+  if (!request.connect.empty() && vb::UCase(request.connect).rfind("ODBC", 0) == 0) return false;
+  return header.empty() || header.substr(0, 16) == kHeader;
+}
+
+std::unique_ptr<Backend> SqliteProvider::Open(const OpenRequest& request) {
+  return SqliteBackend::Open(request);
+}
+
+}  // namespace qor::dao::sqlite
