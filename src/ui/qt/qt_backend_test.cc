@@ -277,40 +277,35 @@ TEST_F(QtBackendTest, FileDialogFiltersTitleFolderAndLongPaths) {
   }
   ASSERT_GT(file.size(), 128u);
   FileRequester requester;
-  WhenModal([&](QWidget* dialog) {
-    auto* fd = qobject_cast<QFileDialog*>(dialog);
-    ASSERT_NE(fd, nullptr);
+  AnswerFileDialogWith([&](QFileDialog* fd) {
     EXPECT_EQ(fd->windowTitle(), "Unknown Application File Open Requester");
     EXPECT_EQ(fd->nameFilters(), QStringList{"Text (*.txt *.log)"});
     EXPECT_EQ(fd->fileMode(), QFileDialog::ExistingFile);
     EXPECT_EQ(fd->directory().absolutePath(), qt::ToQ(deep.string()));
-    fd->selectFile(qt::ToQ(file));
+    TypeIntoFileDialog(fd, qt::ToQ(file));
     static_cast<QDialog*>(fd)->accept();  // as the dialog's own Open button does
   });
   EXPECT_EQ(requester.GetFileName(deep.string(), "Text", "*.txt;*.log"), file);
 
   // A folder that does not exist starts at its nearest existing ancestor; a
   // save name need not exist.
-  WhenModal([&](QWidget* dialog) {
-    auto* fd = qobject_cast<QFileDialog*>(dialog);
+  AnswerFileDialogWith([&](QFileDialog* fd) {
     EXPECT_EQ(fd->directory().absolutePath(), qt::ToQ(dir.path().string()));
     EXPECT_EQ(fd->fileMode(), QFileDialog::AnyFile);
-    fd->selectFile(qt::ToQ(dir.File("letter")));
+    TypeIntoFileDialog(fd, qt::ToQ(dir.File("letter")));
     static_cast<QDialog*>(fd)->accept();  // as the dialog's own Open button does
   });
   EXPECT_EQ(
       requester.GetFileName(dir.File("missing/deeper"), "Rich Text Files", "*.rtf", true, "rtf"),
       dir.File("letter") + ".rtf");
 
-  WhenModal([](QWidget* dialog) { qobject_cast<QDialog*>(dialog)->reject(); });
+  AnswerFileDialogWith([](QFileDialog* fd) { fd->reject(); });
   EXPECT_EQ(requester.GetFileName(), "");
 
-  WhenModal([&](QWidget* dialog) {
-    auto* fd = qobject_cast<QFileDialog*>(dialog);
+  AnswerFileDialogWith([&](QFileDialog* fd) {
     EXPECT_EQ(fd->objectName(), "qorFolderDialog");
     EXPECT_EQ(fd->windowTitle(), "Please Select a Folder");
-    fd->setDirectory(qt::ToQ(dir.path().string()));
-    fd->selectFile(qt::ToQ(deep.parent_path().string()));
+    fd->setDirectory(qt::ToQ(deep.parent_path().string()));
     static_cast<QDialog*>(fd)->accept();  // as the dialog's own Open button does
   });
   EXPECT_EQ(requester.GetFolderName(), deep.parent_path().string());

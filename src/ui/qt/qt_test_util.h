@@ -8,6 +8,10 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QPointer>
 #include <QString>
 #include <QTest>
 #include <QTimer>
@@ -39,6 +43,42 @@ void WhenModal(std::type_identity_t<std::function<void(T*)>> act) {
     act(dialog);
   });
   timer->start();
+}
+
+// Runs act on the next file or folder dialog as soon as it is the active
+// modal window, and again at each tick while that same dialog stays open. A
+// file dialog fills its list from a thread of its own, and its accept()
+// refuses a name it has not caught up with yet; the answer is given until
+// the dialog takes it. The ticks stop once that dialog is gone or another
+// window is the active modal one.
+inline void AnswerFileDialogWith(std::function<void(QFileDialog*)> act) {
+  auto* timer = new QTimer;
+  timer->setInterval(5);
+  auto answered = std::make_shared<QPointer<QFileDialog>>();
+  auto started = std::make_shared<bool>(false);
+  QObject::connect(timer, &QTimer::timeout, [timer, act, answered, started] {
+    auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    if (*started && (answered->isNull() || dialog != answered->data())) {
+      timer->stop();
+      timer->deleteLater();
+      return;
+    }
+    if (dialog == nullptr || !dialog->isVisible()) return;
+    *answered = dialog;
+    *started = true;
+    act(dialog);
+  });
+  timer->start();
+}
+
+// Chooses path in a file dialog as a user typing it would: the dialog goes
+// to the path's folder and the name is written into its name field, which
+// does not wait for the dialog's file list (selectFile leaves a name field
+// that has the focus as it was).
+inline void TypeIntoFileDialog(QFileDialog* dialog, const QString& path) {
+  const QFileInfo info(path);
+  dialog->setDirectory(info.absolutePath());
+  if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(info.fileName());
 }
 
 template <typename T = QWidget>

@@ -104,7 +104,7 @@ void ExpectMessage(const std::string& text) {
 // "". The requester must show exactly the filter given, in its open or
 // save form.
 void AnswerFileDialog(const std::string& path, const QString& filter, bool save) {
-  WhenModal<QFileDialog>([=](QFileDialog* dialog) {
+  AnswerFileDialogWith([=](QFileDialog* dialog) {
     EXPECT_EQ(dialog->nameFilters(), QStringList{filter});
     EXPECT_TRUE(dialog->windowTitle().endsWith(save ? "File Save/Save As Requester"
                                                     : "File Open Requester"));
@@ -113,7 +113,7 @@ void AnswerFileDialog(const std::string& path, const QString& filter, bool save)
       dialog->reject();
       return;
     }
-    dialog->selectFile(qt::ToQ(path));
+    TypeIntoFileDialog(dialog, qt::ToQ(path));
     static_cast<QDialog*>(dialog)->accept();  // as the dialog's own button does
   });
 }
