@@ -30,7 +30,9 @@ install(FILES ${PROJECT_BINARY_DIR}/qorSupportConfig.cmake
               ${PROJECT_BINARY_DIR}/qorSupportConfigVersion.cmake
         DESTINATION ${QOR_CMAKE_DIR} COMPONENT dev)
 
-# pkg-config: qorsupport, and qorsupport-qt for the Qt backend.
+# pkg-config: qorsupport, and qorsupport-qt for the Qt backend; relocatable,
+# their prefix found from their own folder.
+file(RELATIVE_PATH QOR_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 foreach(pc qorsupport qorsupport-qt)
   if(pc STREQUAL "qorsupport-qt" AND NOT TARGET qorsupport_qt)
     continue()

@@ -30,6 +30,10 @@ if(QOR_PACKAGE_DEBIAN)
 endif()
 
 set(CPACK_PACKAGE_NAME qorsupport)
+# Each package's description below starts with its own synopsis line; CPack
+# would put the project's summary in front of it unless the summary is its
+# default.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 set(CPACK_PACKAGE_VENDOR "qorSupport developers")
 set(CPACK_PACKAGE_CONTACT "qorSupport developers <qorsupport@example.org>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -48,27 +52,29 @@ set(QOR_DEB_SELF "(= ${PROJECT_VERSION}-1)")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libqorsupport0)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY "=")
+# A shlibs file for the libraries, and ldconfig run by trigger.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
-  "support library for desktop business applications\n The shared libraries of qorSupport: database schema work over its own DAO-style\n engine (SQLite files, ODBC servers, legacy Jet files), the registry and INI\n files, processes, documents, printers, message boxes and small dialogs, and\n the Qt 6 Widgets backend of the dialogs.")
+  "support library for desktop business applications\nThe shared libraries of qorSupport: database schema work over its own\nDAO-style engine (SQLite files, ODBC servers, legacy Jet files), the\nregistry and INI files, processes, documents, printers, message boxes and\nsmall dialogs, and the Qt 6 Widgets backend of the dialogs.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libqorsupport-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libqorsupport0 ${QOR_DEB_SELF}")
 set(CPACK_COMPONENT_DEV_DESCRIPTION
-  "support library for desktop business applications - development files\n The public headers of qorSupport (<qorsupport/...>), the links to its shared\n libraries, a CMake package (find_package(qorSupport CONFIG)) and pkg-config\n files (qorsupport, qorsupport-qt).")
+  "support library for desktop business applications - development files\nThe public headers of qorSupport (<qorsupport/...>), the links to its shared\nlibraries, a CMake package (find_package(qorSupport CONFIG)) and pkg-config\nfiles (qorsupport, qorsupport-qt).")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME qor)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libqorsupport0 ${QOR_DEB_SELF}")
 set(CPACK_COMPONENT_TOOL_DESCRIPTION
-  "command-line program of the qorSupport library\n qor reaches qorSupport from the shell: its dialogs, the registry and INI\n files, processes, documents and printers, database schema work, cloning and\n migration of legacy Jet files, and late-bound automation as JSON lines.")
+  "command-line program of the qorSupport library\nqor reaches qorSupport from the shell: its dialogs, the registry and INI\nfiles, processes, documents and printers, database schema work, cloning and\nmigration of legacy Jet files, and late-bound automation as JSON lines.")
 
 set(CPACK_DEBIAN_DOC_PACKAGE_NAME libqorsupport-doc)
 set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
 set(CPACK_COMPONENT_DOC_DESCRIPTION
-  "support library for desktop business applications - API reference\n The API reference of qorSupport in HTML, made with Doxygen from the contract\n comments of its public headers.")
+  "support library for desktop business applications - API reference\nThe API reference of qorSupport in HTML, made with Doxygen from the contract\ncomments of its public headers.")
 
 include(CPack)

@@ -154,7 +154,7 @@ class qorDb : public Object {
 
   // Reads (or with pWriteFlag writes) field pFieldName of the record whose
   // key field holds pKeyVal, found with FindFirst on a criterion built by
-  // the key field's type (Text/Memo quoted, Date as a #date#, Integer, Long,
+  // the key field's type (Text/Memo quoted, Date as a `#date#`, Integer, Long,
   // Single, Double as they are; other types fail with 9999), the value
   // unescaped. The keys FIRSTRECORD and LASTRECORD (any case, blanks
   // around) take the first or last record. A read that finds no record

@@ -20,7 +20,7 @@
 //   c, AM/PM am/pm A/P a/p AMPM (12-hour clock), "/" and ":".
 // - Text patterns: @ (a character or a space), & (a character or nothing),
 //   < (lower case), > (upper case), ! (fill from the left).
-// - Literals anywhere: "quoted text" and \x; other characters that are no
+// - Literals anywhere: "quoted text" and `\x`; other characters that are no
 //   placeholder of the pattern's kind are copied.
 //
 // Which kind a pattern is follows from its placeholders: a digit placeholder

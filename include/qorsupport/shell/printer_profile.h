@@ -5,7 +5,7 @@
 //
 // Implementations: CUPS (printer_profile_cups.cc), the default, and a
 // Windows-style profile text file (printer_profile_file.cc), chosen by
-// QOR_PRINTER_PROFILE=<path> for machines without a printing system and for
+// `QOR_PRINTER_PROFILE=<path>` for machines without a printing system and for
 // settings that come from Windows.
 
 #ifndef QOR_SHELL_PRINTER_PROFILE_H_
