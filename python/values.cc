@@ -22,7 +22,7 @@ constexpr size_t kMaxArrayElements = 10'000'000;
 // for the life of the process (never destroyed: the interpreter may be gone
 // by the time static destructors run).
 struct Kinds {
-  py::object error, empty, missing, by_ref, decimal, decimal_context, datetime, date;
+  py::object error, empty, missing, nothing, by_ref, decimal, decimal_context, datetime, date;
 };
 
 const Kinds& K() {
@@ -32,6 +32,7 @@ const Kinds& K() {
     k->error = types.attr("Error");
     k->empty = types.attr("Empty");
     k->missing = types.attr("Missing");
+    k->nothing = types.attr("Nothing");
     k->by_ref = types.attr("ByRef");
     py::module_ decimal = py::module_::import("decimal");
     k->decimal = decimal.attr("Decimal");
@@ -166,6 +167,7 @@ Variant Convert(py::handle value, int depth) {
   if (value.is_none()) return Variant::Null();
   if (value.is(k.empty)) return Variant();
   if (value.is(k.missing)) return Variant::Missing();
+  if (value.is(k.nothing)) return Variant::Nothing();
   if (IsByRef(value)) return Convert(value.attr("value"), depth + 1);
   PyObject* p = value.ptr();
   if (PyBool_Check(p)) return Variant(p == Py_True);

@@ -1,14 +1,15 @@
 // Python values and the library's Variants, each way, for the qorsupport
 // module.
 //
-// Python to Variant: None is Null, qorsupport.Empty and qorsupport.Missing are
-// Empty and an omitted argument, bool a Boolean, int a Long (a Double beyond
-// 32 bits), float a Double, str a String, bytes a Byte array, datetime and
-// date a Date (to the second), decimal.Decimal a Currency (rounded to four
-// decimals as CCur rounds, else exact), a list or tuple an array (a list of
-// equally long lists a 2-D array), qorsupport.Record a record and a library
-// object itself. Anything else raises qor::Error 13; a number or date out of
-// its kind's range raises 6 or 5, as the library's conversions do.
+// Python to Variant: None is Null; qorsupport.Empty, Missing and Nothing are
+// Empty, an omitted argument and an object reference to no object; bool is a
+// Boolean, int a Long (a Double beyond 32 bits), float a Double, str a
+// String, bytes a Byte array, datetime and date a Date (to the second),
+// decimal.Decimal a Currency (rounded to four decimals as CCur rounds, else
+// exact), a list or tuple an array (a list of equally long lists a 2-D
+// array), qorsupport.Record a record and a library object itself. Anything
+// else raises qor::Error 13; a number or date out of its kind's range raises
+// 6 or 5.
 //
 // Variant to Python gives the matching types back: Currency as a Decimal with
 // four decimals, Date as a datetime, a Byte array as bytes, other arrays as

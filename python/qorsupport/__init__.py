@@ -7,7 +7,7 @@ Dispatch creates an object by class name; members are reached by name
 without regard to case. See the README's "Python" section.
 """
 
-from qorsupport._types import ByRef, Empty, Error, Missing
+from qorsupport._types import ByRef, Empty, Error, Missing, Nothing
 from qorsupport._qorsupport import (
     BoundMember,
     Dispatch,
@@ -25,6 +25,7 @@ __all__ = [
     "Empty",
     "Error",
     "Missing",
+    "Nothing",
     "Object",
     "Record",
     "queue_answers",

@@ -1,13 +1,15 @@
 """The plain Python classes of qorsupport, which the extension recognises.
 
-Error is what every failure of the library raises; Empty and Missing stand
-for the Variant kinds Python has no value for; ByRef carries a value into a
+Error is what every failure of the library raises; Empty, Missing and
+Nothing stand for the Variant kinds Python has no value for; ByRef carries a value into a
 by-reference argument and holds what the call left there.
 """
 
 
 class Error(Exception):
     """A library error: its number, source and description (VB's Err)."""
+
+    __module__ = "qorsupport"
 
     def __init__(self, number, source, description):
         super().__init__(f"{description} (error {number}, {source})")
@@ -35,6 +37,9 @@ class _Kind:
 Empty = _Kind("Empty")
 # An omitted optional argument, for leaving one out by position.
 Missing = _Kind("Missing")
+# An object reference to no object, where an argument is declared as an
+# object (results give None for it).
+Nothing = _Kind("Nothing")
 
 
 class ByRef:

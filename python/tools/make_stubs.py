@@ -32,6 +32,7 @@ class _Kind: ...
 
 Empty: _Kind
 Missing: _Kind
+Nothing: _Kind
 
 class ByRef:
     value: Any
