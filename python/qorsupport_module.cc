@@ -17,7 +17,7 @@
 // gives; names starting with "_" are left to Python (AttributeError).
 //
 // Dialogs go to the current UI backend (QOR_UI); queue_answers and
-// take_dialogs work with the scripted one.
+// take_dialogs (and clear_answers) work with the scripted one.
 
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
@@ -319,6 +319,9 @@ PYBIND11_MODULE(_qorsupport, m) {
       "Lets go of an object now; using it afterwards raises qorsupport.Error 424.");
   m.def("queue_answers", &QueueAnswers, py::arg("answers"),
         "Queues answers for the coming dialogs (scripted dialogs only).");
+  m.def(
+      "clear_answers", [] { Scripted().ClearAnswers(); },
+      "Drops the answers queued and not yet used (scripted dialogs only).");
   m.def("take_dialogs", &TakeDialogs,
         "The dialogs shown since the last call, oldest first, and forgets them.");
   m.def("_classes", &ClassList);

@@ -33,8 +33,10 @@ def pytest_sessionfinish(session, exitstatus):
 @pytest.fixture(autouse=True)
 def no_leftover_dialogs():
     """Each test starts with no queued answers and no recorded dialogs."""
+    qorsupport.clear_answers()
     qorsupport.take_dialogs()
     yield
+    qorsupport.clear_answers()
     qorsupport.take_dialogs()
 
 
