@@ -61,12 +61,28 @@ const ClassInfo& ClassOf(const Object& object) {
                   "." + name);
 }
 
-ObjectHandle Dispatch(const std::string& class_name) {
+// The text of a name given from Python; raises 13 for anything but a str.
+std::string NameText(py::handle name) {
+  if (!PyUnicode_Check(name.ptr())) {
+    throw Error(err::kTypeMismatch, "qorsupport", "Type mismatch: a name is a str");
+  }
+  return name.cast<std::string>();
+}
+
+ObjectHandle Dispatch(py::handle name) {
+  const std::string class_name = NameText(name);
   const ClassInfo* info = Dispatcher().FindClass(class_name);
   if (info && info->name == GlobalsModule().ClassName()) {
     return ObjectHandle{std::make_shared<GlobalsModule>()};
   }
   return ObjectHandle{Dispatcher().Create(class_name)};
+}
+
+void Release(py::handle object) {
+  if (!py::isinstance<ObjectHandle>(object)) {
+    throw Error(err::kTypeMismatch, "qorsupport", "Type mismatch: release takes a library object");
+  }
+  object.cast<ObjectHandle&>().object.reset();
 }
 
 // The position of a declared argument by name (without regard to case);
@@ -278,8 +294,8 @@ PYBIND11_MODULE(_qorsupport, m) {
       });
 
   py::class_<RecordValue>(m, "Record")
-      .def(py::init([](const std::string& type_name, const py::kwargs& fields) {
-             RecordValue value{Dispatcher().NewRecord(type_name)};
+      .def(py::init([](py::handle type_name, const py::kwargs& fields) {
+             RecordValue value{Dispatcher().NewRecord(NameText(type_name))};
              for (auto item : fields) {
                automation::SetRecordField(value.record, item.first.cast<std::string>(),
                                           ToVariant(item.second));
@@ -314,9 +330,8 @@ PYBIND11_MODULE(_qorsupport, m) {
   m.def("Dispatch", &Dispatch, py::arg("class_name"),
         "Creates an object of the library by class name (\"qorDb\", \"qorSupport.qorDb\", "
         "\"DBEngine\", ...).");
-  m.def(
-      "release", [](ObjectHandle& object) { object.object.reset(); }, py::arg("object"),
-      "Lets go of an object now; using it afterwards raises qorsupport.Error 424.");
+  m.def("release", &Release, py::arg("object"),
+        "Lets go of an object now; using it afterwards raises qorsupport.Error 424.");
   m.def("queue_answers", &QueueAnswers, py::arg("answers"),
         "Queues answers for the coming dialogs (scripted dialogs only).");
   m.def(

@@ -91,6 +91,11 @@ def test_dispatch_faults_keep_their_numbers():
             call()
         assert caught.value.number == number, caught.value
         assert caught.value.description and caught.value.source
+    for misuse in (lambda: qorsupport.Dispatch(5), lambda: qorsupport.release("qorApp"),
+                   lambda: qorsupport.Record(None)):
+        with pytest.raises(Error) as caught:
+            misuse()
+        assert caught.value.number == 13
     # Names Python itself asks about stay Python's.
     assert not hasattr(procs, "__array__")
     with pytest.raises(AttributeError):
