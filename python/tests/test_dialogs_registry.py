@@ -29,6 +29,9 @@ def test_dialogs_take_queued_answers_then_defaults_and_are_reported():
     qorsupport.queue_answers(["not a code"])
     forms.MsgOkCancel("Go?")
     assert qorsupport.take_dialogs()[0]["mismatch"] is True
+    with pytest.raises(qorsupport.Error) as caught:
+        qorsupport.queue_answers([object()])
+    assert caught.value.number == 13
 
 
 def test_a_record_by_reference_through_the_file_dialog(tmp_path):
@@ -40,12 +43,6 @@ def test_a_record_by_reference_through_the_file_dialog(tmp_path):
     assert params.value.FileTitle == "ledger.csv"
     shown = qorsupport.take_dialogs()
     assert [(d["kind"], d["title"]) for d in shown] == [("FileDialog", "Export to")]
-
-
-def test_queue_answers_refuses_what_has_no_variant_kind():
-    with pytest.raises(qorsupport.Error) as caught:
-        qorsupport.queue_answers([object()])
-    assert caught.value.number == 13
 
 
 def test_registry_values_and_export_to_a_file(tmp_path):

@@ -37,7 +37,6 @@ def test_properties_and_methods_by_name_without_regard_to_case():
     assert glob.getappname() == "Payroll"
     assert glob.IsBlank("   ", True) is True
     assert glob.isblank("   ", False) is False
-    assert "GetAppName" in dir(glob)
 
 
 def test_optional_arguments_left_out_by_position_or_by_keyword():

@@ -35,10 +35,6 @@ def test_each_kind_comes_back_as_its_python_type():
     assert back[0] is Empty and back[1] is None  # Empty and Null stay apart
     assert kinds(back) == ["_Kind", "NoneType", "bool", "bool", "int", "int", "float", "str",
                            "Decimal", "datetime", "bytes", "list"]
-    # The library's own view of the kinds: Null is not blank text, Empty is.
-    glob = qorsupport.Dispatch("qorExportGlobals")
-    assert glob.TrimUpper(Empty) is None and glob.TrimUpper(None) is None
-    assert glob.IsTrue(Empty) is False
 
 
 def test_integers_beyond_32_bits_become_doubles():

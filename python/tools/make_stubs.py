@@ -101,18 +101,18 @@ def class_stub(name, members):
 
 def main(output):
     classes = qorsupport._qorsupport._classes()
-    parts = [HEADER]
+    sections = [HEADER]
     creatable = []
     for name, can_create, members in classes:
-        parts.append(class_stub(name, members))
+        sections.append(class_stub(name, members))
         if can_create or name == "qorExportGlobals":
             creatable.append(name)
     for name in creatable:
         names = ", ".join(repr(n) for n in (name, "qorSupport." + name))
-        parts.append(f"@overload\ndef Dispatch(class_name: Literal[{names}]) -> {name}: ...")
-    parts.append("@overload\ndef Dispatch(class_name: str) -> Object: ...")
+        sections.append(f"@overload\ndef Dispatch(class_name: Literal[{names}]) -> {name}: ...")
+    sections.append("@overload\ndef Dispatch(class_name: str) -> Object: ...")
     with open(output, "w", encoding="utf-8") as f:
-        f.write("\n\n".join(parts) + "\n")
+        f.write("\n\n".join(sections) + "\n")
 
 
 if __name__ == "__main__":
