@@ -80,8 +80,14 @@ set(CPACK_COMPONENT_DOC_DESCRIPTION
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-qorsupport)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
-set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "libqorsupport0 ${QOR_DEB_SELF}")
+if(QOR_PYTHON_VERSION)
+  string(REGEX REPLACE "^([0-9]+)\\.([0-9]+)$" "\\2" python_minor "${QOR_PYTHON_VERSION}")
+  math(EXPR python_next "${python_minor} + 1")
+  string(REGEX REPLACE "[0-9]+$" "${python_next}" python_next "${QOR_PYTHON_VERSION}")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "libqorsupport0 ${QOR_DEB_SELF}, python3 (>= ${QOR_PYTHON_VERSION}), python3 (<< ${python_next})")
+endif()
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION
-  "support library for desktop business applications - Python module\n The Python 3 module qorsupport: the classes of qorSupport through its\n late-bound dispatch (qorsupport.Dispatch(\"qorDb\")), with values, by-reference\n arguments, errors and scripted dialogs, and type stubs for the classes.")
+  "support library for desktop business applications - Python module\n The Python 3 module qorsupport: the classes of qorSupport through its\n late-bound dispatch, with values, by-reference arguments, errors and\n scripted dialogs, and type stubs for the classes.")
 
 include(CPack)
