@@ -3,6 +3,7 @@
 #   libqorsupport-dev   dev       headers, SONAME links, CMake package, pkg-config
 #   qor                 tool      the qor program, its manual page and completion
 #   libqorsupport-doc   doc       the API reference
+#   python3-qorsupport  python    the Python module qorsupport (when it is built)
 # Dependencies come from dpkg-shlibdeps. scripts/build-debs.sh configures a
 # build with QOR_PACKAGE_DEBIAN=ON and runs cpack; lintian checks the result.
 
@@ -13,6 +14,9 @@ set(QOR_DEB_PACKAGES
   dev libqorsupport-dev
   tool qor
   doc libqorsupport-doc)
+if(TARGET qorsupport_python)
+  list(APPEND QOR_DEB_PACKAGES python python3-qorsupport)
+endif()
 
 if(QOR_PACKAGE_DEBIAN)
   configure_file(packaging/debian/changelog ${PROJECT_BINARY_DIR}/debian/changelog.Debian @ONLY)
@@ -40,6 +44,9 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime dev tool doc)
+if(TARGET qorsupport_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -76,5 +83,17 @@ set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
 set(CPACK_COMPONENT_DOC_DESCRIPTION
   "support library for desktop business applications - API reference\nThe API reference of qorSupport in HTML, made with Doxygen from the contract\ncomments of its public headers.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-qorsupport)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+if(QOR_PYTHON_VERSION)
+  string(REGEX REPLACE "^([0-9]+)\\.([0-9]+)$" "\\2" python_minor "${QOR_PYTHON_VERSION}")
+  math(EXPR python_next "${python_minor} + 1")
+  string(REGEX REPLACE "[0-9]+$" "${python_next}" python_next "${QOR_PYTHON_VERSION}")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "libqorsupport0 ${QOR_DEB_SELF}, python3 (>= ${QOR_PYTHON_VERSION}), python3 (<< ${python_next})")
+endif()
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+  "support library for desktop business applications - Python module\n The Python 3 module qorsupport: the classes of qorSupport through its\n late-bound dispatch, with values, by-reference arguments, errors and\n scripted dialogs, and type stubs for the classes.")
 
 include(CPack)

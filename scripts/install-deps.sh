@@ -22,6 +22,8 @@ packages=(
   # with the machine's npm, which comes with Node.js; without it those tests
   # are skipped.)
   mdbtools-dev mdbtools
+  # The Python module: pybind11 over Debian's Python 3, its tests with pytest.
+  python3-dev pybind11-dev python3-pybind11 python3-pytest
   # ODBC: the driver manager, the SQLite driver (the embedded target) and
   # psqlODBC with a PostgreSQL server that the tests start on loopback.
   unixodbc unixodbc-dev libsqliteodbc odbc-postgresql postgresql

@@ -188,6 +188,24 @@ Record Registry::NewRecord(std::string_view type_name) const {
   return it->second;
 }
 
+std::vector<const ClassInfo*> Registry::Classes() const {
+  std::vector<const ClassInfo*> out;
+  for (const auto& entry : classes_) out.push_back(&entry.second);
+  return out;
+}
+
+void SetRecordField(Record& record, std::string_view name, Variant value) {
+  Variant* field = record.Find(name);
+  if (!field) {
+    throw Error(err::kTypeMismatch, "qorSupport",
+                "Type mismatch: the record has no field " + std::string(name));
+  }
+  if (!field->IsEmpty() && !field->IsArray() && !value.IsArray()) {
+    value = vb::ConvertTo(value, field->type());
+  }
+  *field = std::move(value);
+}
+
 void RegisterAllClasses(Registry& registry) {
   RegisterFrameClasses(registry);
   RegisterDialogClasses(registry);

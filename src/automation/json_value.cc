@@ -74,13 +74,8 @@ Variant Read(const Json& json, HandleTable& handles, const Registry& registry, i
     if (!v.is_null()) {
       if (!v.is_object()) BadForm("a record's fields are an object");
       for (auto it = v.begin(); it != v.end(); ++it) {
-        Variant* field = record.Find(it.key());
-        if (!field) BadForm("the record has no field " + it.key());
-        Variant value = Read(it.value(), handles, registry, depth + 1);
-        if (!field->IsEmpty() && !field->IsArray() && !value.IsArray()) {
-          value = vb::ConvertTo(value, field->type());
-        }
-        *field = std::move(value);
+        if (!record.Find(it.key())) BadForm("the record has no field " + it.key());
+        SetRecordField(record, it.key(), Read(it.value(), handles, registry, depth + 1));
       }
     }
     return Variant(std::move(record));

@@ -130,6 +130,9 @@ class Registry {
   // for an unknown type.
   Record NewRecord(std::string_view type_name) const;
 
+  // Every class, in the order of their lower-case names.
+  std::vector<const ClassInfo*> Classes() const;
+
  private:
   const ClassInfo& ClassOf(Object& target) const;
   Variant Invoke(const Member& member, Object& target, std::vector<Variant>& args) const;
@@ -192,6 +195,12 @@ class ClassBuilder {
 };
 
 std::string LowerAscii(std::string_view s);
+
+// Sets a field of a record made by Registry::NewRecord, converting the value
+// to the field's kind; an Empty or array field, or an array value, is stored
+// as given. Raises 13 when the record has no such field or the value does not
+// convert.
+void SetRecordField(Record& record, std::string_view name, Variant value);
 
 template <typename T>
 ClassBuilder<T>& ClassBuilder<T>::Add(const std::string& name, MemberKind kind,
