@@ -83,6 +83,8 @@ void Release(py::handle object) {
     throw Error(err::kTypeMismatch, "qorsupport", "Type mismatch: release takes a library object");
   }
   object.cast<ObjectHandle&>().object.reset();
+  // The methods it kept hold the object too.
+  py::dict(object.attr("__dict__")).clear();
 }
 
 // The position of a declared argument by name (without regard to case);
@@ -95,13 +97,22 @@ size_t ParamIndex(const std::vector<Param>& params, const std::string& name) {
   throw Error(448, "qorsupport", "Named argument not found: " + name);
 }
 
+// The member a call of name on target means: the method, else the property
+// read (an indexed property); raises 438 when there is neither.
+const Member& CalledMember(Object& target, const std::string& name) {
+  const ClassInfo& info = ClassOf(target);
+  const Member* member = info.Find(name, MemberKind::kMethod);
+  if (!member) member = info.Find(name, MemberKind::kPropertyGet);
+  if (!member) NoSuchMember(target, name);
+  return *member;
+}
+
 // Calls a member with Python arguments; writes back into each ByRef.
-py::object Invoke(Object& target, const std::string& member, const py::args& args,
+py::object Invoke(Object& target, const Member& member, const py::args& args,
                   const py::kwargs& kwargs) {
-  const Registry& registry = Dispatcher();
-  const std::vector<Param>* params = registry.Params(target, member);
-  if (!params) NoSuchMember(target, member);
+  const std::vector<Param>* params = &member.params;
   std::vector<Variant> values;
+  values.reserve(args.size());
   std::vector<std::pair<size_t, py::handle>> by_ref;
   for (py::handle arg : args) {
     if (IsByRef(arg)) by_ref.emplace_back(values.size(), arg);
@@ -117,19 +128,25 @@ py::object Invoke(Object& target, const std::string& member, const py::args& arg
     if (IsByRef(item.second)) by_ref.emplace_back(i, item.second);
     values[i] = ToVariant(item.second);
   }
-  Variant result = registry.Call(target, member, values);
+  Variant result = Dispatcher().Invoke(member, target, values);
   for (auto& [i, holder] : by_ref) holder.attr("value") = FromVariant(values[i]);
-  return registry.ReturnsValue(target, member) ? FromVariant(result) : py::none();
+  return member.returns_value ? FromVariant(result) : py::none();
 }
 
-// A method or indexed property of one object, to be called.
+// A method or indexed property of one object, to be called; the member is
+// resolved once, when the attribute is read.
 struct BoundMember {
   ObjectRef object;
-  std::string name;
+  const Member* member;
 };
 
-py::object GetAttribute(const ObjectHandle& self, const std::string& name) {
+// A property that needs no argument is read at every access; a method (or an
+// indexed property) comes back as a BoundMember, which is also kept in the
+// Python object's own attributes under the name used, so that the next
+// access finds it without coming here.
+py::object GetAttribute(py::handle self_object, const std::string& name) {
   if (name.empty() || name[0] == '_') throw py::attribute_error(name);
+  const ObjectHandle& self = self_object.cast<const ObjectHandle&>();
   Object& target = self.Live();
   const ClassInfo& info = ClassOf(target);
   const Member* get = info.Find(name, MemberKind::kPropertyGet);
@@ -137,12 +154,15 @@ py::object GetAttribute(const ObjectHandle& self, const std::string& name) {
   if (get) {
     for (const Param& p : get->params) needs_arguments |= !p.optional;
   }
-  if (get && !needs_arguments) {
+  if (get && !needs_arguments && get->returns_value) {
     std::vector<Variant> none;
-    return FromVariant(Dispatcher().Get(target, name, none));
+    return FromVariant(Dispatcher().Invoke(*get, target, none));
   }
-  if (!get && !info.Find(name, MemberKind::kMethod)) NoSuchMember(target, name);
-  return py::cast(BoundMember{self.object, name});
+  const Member* method = info.Find(name, MemberKind::kMethod);
+  if (!method && !get) NoSuchMember(target, name);
+  py::object bound = py::cast(BoundMember{self.object, method ? method : get});
+  py::dict(self_object.attr("__dict__"))[py::str(name)] = bound;
+  return bound;
 }
 
 void SetAttribute(const ObjectHandle& self, const std::string& name, py::handle value) {
@@ -261,12 +281,13 @@ PYBIND11_MODULE(_qorsupport, m) {
   m.doc() = "The qorSupport library's late-bound dispatch.";
   py::register_exception_translator(&TranslateErrors);
 
-  py::class_<ObjectHandle>(m, "Object")
+  py::class_<ObjectHandle>(m, "Object", py::dynamic_attr())
       .def("__getattr__", &GetAttribute)
       .def("__setattr__", &SetAttribute)
       .def("__call__",
            [](const ObjectHandle& self, const py::args& args, const py::kwargs& kwargs) {
-             return Invoke(self.Live(), "Item", args, kwargs);
+             Object& target = self.Live();
+             return Invoke(target, CalledMember(target, "Item"), args, kwargs);
            })
       .def("__len__", &Count)
       .def("__iter__", [](const ObjectHandle& self) { return py::iter(Items(self)); })
@@ -286,11 +307,11 @@ PYBIND11_MODULE(_qorsupport, m) {
   py::class_<BoundMember>(m, "BoundMember")
       .def("__call__",
            [](const BoundMember& self, const py::args& args, const py::kwargs& kwargs) {
-             return Invoke(ObjectHandle{self.object}.Live(), self.name, args, kwargs);
+             return Invoke(ObjectHandle{self.object}.Live(), *self.member, args, kwargs);
            })
       .def("__repr__", [](const BoundMember& self) {
-        return "<qorsupport member " + std::string(self.object->ClassName()) + "." + self.name +
-               ">";
+        return "<qorsupport member " + std::string(self.object->ClassName()) + "." +
+               self.member->name + ">";
       });
 
   py::class_<RecordValue>(m, "Record")

@@ -133,9 +133,16 @@ class Registry {
   // Every class, in the order of their lower-case names.
   std::vector<const ClassInfo*> Classes() const;
 
+  // Calls a member found beforehand (ClassInfo::Find) on target: what Call,
+  // Get and Set do once they have found it, for a client that keeps the
+  // member it resolved. Converts each argument to the declared type, fills
+  // omitted optional ones with their defaults (449 for an omitted required
+  // one, 450 for too many), writes by-reference arguments back into args,
+  // and returns Empty for a procedure.
+  Variant Invoke(const Member& member, Object& target, std::vector<Variant>& args) const;
+
  private:
   const ClassInfo& ClassOf(Object& target) const;
-  Variant Invoke(const Member& member, Object& target, std::vector<Variant>& args) const;
 
   std::map<std::string, ClassInfo> classes_;    // by lower-case name
   std::map<std::string, Record> record_types_;  // by lower-case name
