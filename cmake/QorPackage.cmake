@@ -94,6 +94,6 @@ if(QOR_PYTHON_VERSION)
     "libqorsupport0 ${QOR_DEB_SELF}, python3 (>= ${QOR_PYTHON_VERSION}), python3 (<< ${python_next})")
 endif()
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION
-  "support library for desktop business applications - Python module\n The Python 3 module qorsupport: the classes of qorSupport through its\n late-bound dispatch, with values, by-reference arguments, errors and\n scripted dialogs, and type stubs for the classes.")
+  "support library for desktop business applications - Python module\nThe Python 3 module qorsupport: the classes of qorSupport through its\nlate-bound dispatch, with values, by-reference arguments, errors and\nscripted dialogs, and type stubs for the classes.")
 
 include(CPack)

@@ -34,6 +34,11 @@ if grep -rhoE '#include <[^>]+>' "$prefix/include" | grep -vE '<(qorsupport/|[a-
 fi
 test -f "$prefix/share/man/man1/qor.1.gz"
 LD_LIBRARY_PATH=$prefix/lib "$prefix/bin/qor" --version
+if [ -d "$build/python" ]; then
+  cmake --install "$build" --prefix "$prefix" --component python >/dev/null
+  LD_LIBRARY_PATH=$prefix/lib PYTHONPATH=$prefix/lib/python3/dist-packages /usr/bin/python3 -c \
+    'import qorsupport; print("python module:", qorsupport.Dispatch("qorProcs").PadNumber(7, "0", 3))'
+fi
 
 run_example() {  # label build-dir [library path]
   local label=$1 dir=$2
@@ -56,8 +61,13 @@ echo "-- Debian packages"
 ls "$work/debs"/*.deb
 lintian --fail-on error --no-tag-display-limit "$work/debs"/*.deb
 dpkg -i "$work/debs"/*.deb >/dev/null
-trap 'dpkg -r qor libqorsupport-dev libqorsupport-doc libqorsupport0 >/dev/null; rm -rf "$work"' EXIT
+packages=$(for deb in "$work/debs"/*.deb; do dpkg-deb -f "$deb" Package; done)
+# shellcheck disable=SC2086
+trap 'dpkg -r $packages >/dev/null; rm -rf "$work"' EXIT
 qor --version
+if dpkg -s python3-qorsupport >/dev/null 2>&1; then
+  /usr/bin/python3 -c 'import qorsupport; print("python module:", qorsupport.Dispatch("qorProcs").PadNumber(7, "0", 3))'
+fi
 cmake -S examples/stock -B "$work/stock-usr" -G Ninja >/dev/null
 cmake --build "$work/stock-usr" >/dev/null
 run_example usr "$work/stock-usr"
