@@ -41,10 +41,13 @@ if [ -d "$build/python" ]; then
 fi
 
 run_example() {  # label build-dir [library path]
-  local label=$1 dir=$2
-  echo "-- example ($label)"
-  mkdir -p "$work/run-$label"
-  LD_LIBRARY_PATH=${3:-} "$dir/stock" "$work/run-$label"
+  local label=$1 dir=$2 program
+  for program in stock stock-qt; do
+    [ -x "$dir/$program" ] || continue
+    echo "-- example ($label, $program)"
+    mkdir -p "$work/run-$label"
+    LD_LIBRARY_PATH=${3:-} "$dir/$program" "$work/run-$label"
+  done
 }
 cmake -S examples/stock -B "$work/stock-cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/stock-cmake" >/dev/null
