@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -18,7 +19,6 @@ namespace {
 constexpr int64_t kRootRow = 1;
 constexpr int kRootCount = 6;  // 0x80000000 .. 0x80000005
 constexpr int kCurrentUserIndex = 1;
-constexpr int32_t kBusy = 170;
 constexpr int32_t kIoFailed = 1016;
 
 constexpr const char* kSchema =
@@ -172,21 +172,36 @@ void DeleteSubtree(sqlite3* db, int64_t id, bool keep_top) {
 
 // One call's transaction on one root file: read calls take a snapshot,
 // changing calls take the write lock at once. Rolled back unless committed.
+// Inside a batch the call is a savepoint of the batch's transaction on the
+// root, which the session opens when the batch first meets the root.
 class SqliteStore::Session {
  public:
-  Session(sqlite3* db, bool write) : db_(db) {
-    if (db_) Exec(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
+  Session(SqliteStore* store, sqlite3* db, int root, bool write) : db_(db) {
+    if (!db_) return;
+    if (!store->batch_) {
+      Exec(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
+      return;
+    }
+    if (!store->batch_roots_.count(root)) {
+      Exec(db_, "BEGIN IMMEDIATE");
+      store->batch_roots_.insert(root);
+    }
+    savepoint_ = true;
+    Exec(db_, "SAVEPOINT qor_call");
   }
   ~Session() {
-    if (db_ && !done_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    if (!db_ || done_) return;
+    sqlite3_exec(db_, savepoint_ ? "ROLLBACK TO qor_call; RELEASE qor_call" : "ROLLBACK", nullptr,
+                 nullptr, nullptr);
   }
   void Commit() {
-    if (db_) Exec(db_, "COMMIT");
+    if (db_) Exec(db_, savepoint_ ? "RELEASE qor_call" : "COMMIT");
     done_ = true;
   }
 
  private:
   sqlite3* db_;
+  bool savepoint_ = false;
   bool done_ = false;
 };
 
@@ -239,11 +254,16 @@ sqlite3* SqliteStore::Connection(int root, bool create, int32_t* error) {
   std::error_code ec;
   if (!std::filesystem::exists(file, ec)) {
     if (!create) return nullptr;
-    std::filesystem::create_directories(file.parent_path(), ec);
-    if (private_file) ::chmod(file.parent_path().c_str(), 0700);
+    // Only what is made here gets a mode; a folder that exists keeps its
+    // own (a shared folder stays shared).
+    bool made = std::filesystem::create_directories(file.parent_path(), ec);
+    if (made && private_file) ::chmod(file.parent_path().c_str(), 0700);
     // Made here with its mode, before SQLite sees it; the journal files
-    // SQLite adds take the same mode.
-    int fd = ::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, private_file ? 0600 : 0644);
+    // SQLite adds take the same mode. A file made meanwhile by another
+    // process is left as it is.
+    int fd =
+        ::open(file.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, private_file ? 0600 : 0644);
+    if (fd < 0 && errno == EEXIST) fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
       *error = kAccessDenied;
       return nullptr;
@@ -324,7 +344,7 @@ int32_t SqliteStore::Begin(HKey key, bool write, bool create, Call* call) {
     if (error != kSuccess) return error;
     return call->target.id == kRootRow ? kSuccess : kKeyDeleted;
   }
-  call->session.emplace(call->db, write);
+  call->session.emplace(this, call->db, call->target.root, write);
   return KeyExists(call->db, call->target.id) ? kSuccess : kKeyDeleted;
 }
 
@@ -530,6 +550,32 @@ int32_t SqliteStore::DeleteTree(HKey key, std::string_view path) {
     c.session->Commit();
     return kSuccess;
   });
+}
+
+int32_t SqliteStore::BeginBatch() {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (batch_) return kBusy;
+  batch_ = true;
+  batch_roots_.clear();
+  return kSuccess;
+}
+
+int32_t SqliteStore::EndBatch(bool commit) {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (!batch_) return kInvalidParameter;
+  int32_t result = kSuccess;
+  for (int root : batch_roots_) {
+    sqlite3* db = connections_[root];
+    int rc = SQLITE_OK;
+    if (commit && result == kSuccess) rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    if (!commit || result != kSuccess || rc != SQLITE_OK) {
+      if (rc != SQLITE_OK) result = CodeOf(rc);
+      sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+  }
+  batch_ = false;
+  batch_roots_.clear();
+  return result;
 }
 
 std::string_view RootName(HKey root) {

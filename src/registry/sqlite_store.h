@@ -11,7 +11,8 @@
 // is readable by its owner only. A root whose file cannot be created or
 // written gives kAccessDenied for changes and stays readable.
 //
-// Every call runs in one SQLite transaction (changes take the write lock at
+// Every call runs in one SQLite transaction (or, inside a batch, in one
+// savepoint of the batch's transaction) (changes take the write lock at
 // once), so a crash or a kill never leaves a change half done, and several
 // processes may use the same files at the same time: a writer waits for the
 // other's transaction to end. A damaged file gives kBadDb.
@@ -23,6 +24,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 
 #include "qorsupport/registry/store.h"
@@ -61,6 +63,11 @@ class SqliteStore : public RegistryStore {
   int32_t EnumValue(HKey key, uint32_t index, char* name, uint32_t* name_size, uint32_t* type,
                     uint8_t* data, uint32_t* data_size) override;
   int32_t DeleteTree(HKey key, std::string_view path) override;
+  // A batch keeps one write transaction open on each root file it touches
+  // and commits them one after another at its end (with the durable commit
+  // of each file); a batch over several roots is all or nothing per root.
+  int32_t BeginBatch() override;
+  int32_t EndBatch(bool commit) override;
 
  private:
   class Session;
@@ -83,6 +90,8 @@ class SqliteStore : public RegistryStore {
   std::map<int, sqlite3*> connections_;
   std::map<HKey, Target> handles_;
   HKey next_handle_ = 0x100;
+  bool batch_ = false;
+  std::set<int> batch_roots_;  // the roots whose transaction the batch holds
 };
 
 }  // namespace qor::registry
