@@ -26,6 +26,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "qorsupport/registry/store.h"
 
@@ -85,6 +86,24 @@ class SqliteStore : public RegistryStore {
   sqlite3* Connection(int root, bool create, int32_t* error);
   HKey NewHandle(const Target& target);
 
+  // The subkeys (name order) or values (creation order) of a call's key,
+  // read once and kept while the file stays the same, so that enumerating
+  // a key by index does not read it again for every index.
+  struct Listing {
+    struct Row {
+      std::string name;
+      uint32_t type = 0;
+      std::string data;
+    };
+    sqlite3* db = nullptr;
+    int root = -1;
+    int64_t key = 0;
+    unsigned int version = 0;
+    int64_t changes = -1;
+    std::vector<Row> rows;
+  };
+  const Listing& ListOf(const Call& c, bool keys);
+
   Locations locations_;
   std::mutex mu_;
   std::map<int, sqlite3*> connections_;
@@ -92,6 +111,8 @@ class SqliteStore : public RegistryStore {
   HKey next_handle_ = 0x100;
   bool batch_ = false;
   std::set<int> batch_roots_;  // the roots whose transaction the batch holds
+  Listing key_listing_;
+  Listing value_listing_;
 };
 
 }  // namespace qor::registry
