@@ -296,7 +296,23 @@ TEST_F(Reliability, HostileFilesAreRefusedAtOnce) {
   std::printf("hostile files: %d runs, %d failures, %d hangs\n", runs, failures, hangs);
 }
 
-TEST_F(Reliability, IniWritesKeepLinksOwnersAndModes) {
+TEST_F(Reliability, WritesKeepLinksOwnersAndModes) {
+  // A registry folder that exists keeps its mode; the file made in it gets
+  // the private one.
+  std::filesystem::path shared = dir_.path() / "shared";
+  std::filesystem::create_directory(shared);
+  ::chmod(shared.c_str(), 01777);
+  {
+    qor::testing::ScopedEnv env("QOR_REGISTRY_DIR", shared.c_str());
+    qorWinAPIReg reg;
+    ASSERT_TRUE(reg.RegistrySaveValueString(kCurrentUser, "K", "V", "1"));
+  }
+  struct stat st;
+  ASSERT_EQ(::stat(shared.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 01777u);
+  ASSERT_EQ(::stat((shared / "HKEY_CURRENT_USER.db").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0600u);
+
   std::filesystem::path target = dir_.path() / "real.ini";
   std::filesystem::path link = dir_.path() / "link.ini";
   { std::ofstream(target) << "[S]\r\nA=1\r\n"; }
@@ -304,7 +320,6 @@ TEST_F(Reliability, IniWritesKeepLinksOwnersAndModes) {
   std::filesystem::create_symlink("real.ini", link);
   ASSERT_TRUE(WritePrivateProfileString("S", "B", "2", link.string()));
   EXPECT_TRUE(std::filesystem::is_symlink(link));
-  struct stat st;
   ASSERT_EQ(::stat(target.c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 07777, 0640u);
   char buffer[16];

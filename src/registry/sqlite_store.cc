@@ -252,6 +252,11 @@ class SqliteStore::Session {
       Exec(db_, "BEGIN IMMEDIATE");
       store->batch_roots_.insert(root);
     }
+    // A read changes nothing there is to undo.
+    if (!write) {
+      done_ = true;
+      return;
+    }
     savepoint_ = true;
     Exec(db_, "SAVEPOINT qor_call");
   }
@@ -261,7 +266,7 @@ class SqliteStore::Session {
                  nullptr, nullptr);
   }
   void Commit() {
-    if (db_) Exec(db_, savepoint_ ? "RELEASE qor_call" : "COMMIT");
+    if (db_ && !done_) Exec(db_, savepoint_ ? "RELEASE qor_call" : "COMMIT");
     done_ = true;
   }
 
