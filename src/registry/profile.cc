@@ -1,5 +1,7 @@
 #include "registry/profile.h"
 
+#include <time.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -287,7 +289,9 @@ class ProfileCache {
     {
       std::lock_guard<std::mutex> lock(mu_);
       auto it = files_.find(key);
-      if (it != files_.end() && it->second.identity == identity) return it->second.profile;
+      if (it != files_.end() && it->second.identity == identity && !it->second.racy) {
+        return it->second.profile;
+      }
     }
     std::string bytes;
     error = ReadBoundedFile(path, &bytes, &identity);
@@ -297,17 +301,26 @@ class ProfileCache {
       return nullptr;
     }
     auto profile = std::make_shared<const Profile>(bytes);
+    // The clock of file times moves in ticks of a few milliseconds: a file
+    // changed within the last moments may change again with the same size
+    // and time, so it is read again until its time lies well behind.
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    int64_t now_ns = static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+    bool racy = now_ns - identity.mtime_ns < kSettleNs;
     std::lock_guard<std::mutex> lock(mu_);
     if (files_.size() >= kFiles) files_.erase(files_.begin());
-    files_[key] = Cached{identity, profile};
+    files_[key] = Cached{identity, profile, racy};
     return profile;
   }
 
  private:
   static constexpr size_t kFiles = 16;
+  static constexpr int64_t kSettleNs = 100'000'000;
   struct Cached {
     FileIdentity identity;
     std::shared_ptr<const Profile> profile;
+    bool racy = false;  // read within kSettleNs of its modification
   };
   std::mutex mu_;
   std::map<std::string, Cached> files_;
