@@ -332,6 +332,34 @@ TEST_F(Reliability, WritesKeepLinksOwnersAndModes) {
   ASSERT_TRUE(WritePrivateProfileString("S", "B", "3", link.string()));
   GetPrivateProfileString("S", "B", "", buffer, sizeof buffer, target.string());
   EXPECT_STREQ(buffer, "3");
+  // A rewrite by another user keeps the file's owner.
+  if (::geteuid() == 0) {
+    ASSERT_EQ(::chown(target.c_str(), 65534, 65534), 0);
+    ASSERT_TRUE(WritePrivateProfileString("S", "C", "4", target.string()));
+    ASSERT_EQ(::stat(target.c_str(), &st), 0);
+    EXPECT_EQ(st.st_uid, 65534u);
+    EXPECT_EQ(st.st_gid, 65534u);
+    EXPECT_EQ(st.st_mode & 07777, 0640u);
+  }
+  // A user who may write the folder but cannot give the file away rewrites
+  // it in place: owner and mode stay.
+  if (::geteuid() == 0) {
+    std::filesystem::path open_dir = dir_.path() / "open";
+    std::filesystem::create_directory(open_dir);
+    ::chmod(dir_.path().c_str(), 0755);
+    ::chmod(open_dir.c_str(), 0777);
+    std::filesystem::path owned = open_dir / "owned.ini";
+    { std::ofstream(owned) << "[S]\r\nA=1\r\n"; }
+    ::chmod(owned.c_str(), 0666);
+    int failed = qor::testing::RunUnprivileged(
+        [&] { return WritePrivateProfileString("S", "B", "2", owned.string()) ? 0 : 1; });
+    EXPECT_EQ(failed, 0);
+    ASSERT_EQ(::stat(owned.c_str(), &st), 0);
+    EXPECT_EQ(st.st_uid, 0u);
+    EXPECT_EQ(st.st_mode & 07777, 0666u);
+    GetPrivateProfileString("S", "B", "", buffer, sizeof buffer, owned.string());
+    EXPECT_STREQ(buffer, "2");
+  }
   // CR or LF in what `qor ini set` writes is refused.
   QorRun cr({"ini", "set", "real.ini", "S", "C", "x\r\n[T]"});
   EXPECT_EQ(cr.Wait(), 1);
