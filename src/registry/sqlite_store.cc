@@ -242,7 +242,7 @@ void DeleteSubtree(sqlite3* db, int64_t id, bool keep_top) {
 // root, which the session opens when the batch first meets the root.
 class SqliteStore::Session {
  public:
-  Session(SqliteStore* store, sqlite3* db, int root, bool write) : db_(db) {
+  Session(SqliteStore* store, sqlite3* db, int root, bool write) : store_(store), db_(db) {
     if (!db_) return;
     if (!store->batch_) {
       Exec(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
@@ -262,6 +262,7 @@ class SqliteStore::Session {
   }
   ~Session() {
     if (!db_ || done_) return;
+    store_->ForgetListings();  // they may hold what is undone here
     sqlite3_exec(db_, savepoint_ ? "ROLLBACK TO qor_call; RELEASE qor_call" : "ROLLBACK", nullptr,
                  nullptr, nullptr);
   }
@@ -271,6 +272,7 @@ class SqliteStore::Session {
   }
 
  private:
+  SqliteStore* store_;
   sqlite3* db_;
   bool savepoint_ = false;
   bool done_ = false;
@@ -359,12 +361,25 @@ sqlite3* SqliteStore::Connection(int root, bool create, int32_t* error) {
   }
   sqlite3_busy_timeout(db, 30000);
   if (!sqlite3_db_readonly(db, "main")) {
-    rc = sqlite3_exec(db,
-                      "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
-                      "BEGIN IMMEDIATE;",
-                      nullptr, nullptr, nullptr);
-    if (rc == SQLITE_OK) rc = sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr);
-    if (rc == SQLITE_OK) rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    rc = sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;", nullptr, nullptr,
+                      nullptr);
+    // The schema is made under the write lock only when it is missing, so
+    // that opening a store never waits for another process's long batch.
+    int tables = 0;
+    if (rc == SQLITE_OK) {
+      rc = sqlite3_exec(
+          db, "SELECT count(*) FROM sqlite_master WHERE name IN ('reg_key', 'reg_value')",
+          [](void* out, int, char** row, char**) {
+            *static_cast<int*>(out) = row[0] ? std::atoi(row[0]) : 0;
+            return 0;
+          },
+          &tables, nullptr);
+    }
+    if (rc == SQLITE_OK && tables < 2) {
+      rc = sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+      if (rc == SQLITE_OK) rc = sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr);
+      if (rc == SQLITE_OK) rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    }
     if (rc != SQLITE_OK) {
       *error = CodeOf(rc);
       sqlite3_close_v2(db);
@@ -671,6 +686,7 @@ int32_t SqliteStore::EndBatch(bool commit) {
   }
   batch_ = false;
   batch_roots_.clear();
+  ForgetListings();  // a rolled-back batch leaves no trace in the data version
   return result;
 }
 

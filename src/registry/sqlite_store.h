@@ -103,6 +103,10 @@ class SqliteStore : public RegistryStore {
     std::vector<Row> rows;
   };
   const Listing& ListOf(const Call& c, bool keys);
+  void ForgetListings() {
+    key_listing_ = Listing{};
+    value_listing_ = Listing{};
+  }
 
   Locations locations_;
   std::mutex mu_;
