@@ -9,7 +9,7 @@
 // can raise or report it as it is.
 //
 // ReplaceFileText writes a file's new content so that a reader sees the old
-// or the new text and a crash or a kill leaves no part of it: it is written
+// or the new text and a crash or a kill never leaves it half written: it is written
 // into an unnamed file in the same folder, flushed, named and renamed over
 // the old one. The file keeps its owner and mode; where the owner cannot be
 // kept (another user's file in a folder we may write), the file is
