@@ -242,7 +242,7 @@ void DeleteSubtree(sqlite3* db, int64_t id, bool keep_top) {
 // root, which the session opens when the batch first meets the root.
 class SqliteStore::Session {
  public:
-  Session(SqliteStore* store, sqlite3* db, int root, bool write) : store_(store), db_(db) {
+  Session(SqliteStore* store, sqlite3* db, int root, bool write) : db_(db) {
     if (!db_) return;
     if (!store->batch_) {
       Exec(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
@@ -261,8 +261,9 @@ class SqliteStore::Session {
     Exec(db_, "SAVEPOINT qor_call");
   }
   ~Session() {
+    // The listings stay: one made before this call is dropped by the change
+    // count its changes moved, one made after reads the data as it is.
     if (!db_ || done_) return;
-    store_->ForgetListings();  // they may hold what is undone here
     sqlite3_exec(db_, savepoint_ ? "ROLLBACK TO qor_call; RELEASE qor_call" : "ROLLBACK", nullptr,
                  nullptr, nullptr);
   }
@@ -272,7 +273,6 @@ class SqliteStore::Session {
   }
 
  private:
-  SqliteStore* store_;
   sqlite3* db_;
   bool savepoint_ = false;
   bool done_ = false;
