@@ -29,6 +29,12 @@ std::string ExportTimeStamp(Date when) {
 
 // Writes the export text in one piece: appended, or replacing the file.
 void WriteExport(const std::string& file, std::string_view text, bool append) {
+  // A FIFO, device or folder is refused before it is opened (a FIFO without
+  // a reader would hold the call).
+  FileIdentity identity;
+  if (FileError e = StatFile(file, &identity); e && e.number != 53) {
+    Raise(e.number, "RegistryWriteKeyToFile()", e.description);
+  }
   std::ofstream out(file, std::ios::binary | (append ? std::ios::app : std::ios::trunc));
   if (out) out << text;
   if (out) out.flush();
