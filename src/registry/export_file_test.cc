@@ -164,6 +164,29 @@ TEST_F(ExportFile, ReaderErrorsLeaveTheStoreAsItWas) {
   EXPECT_EQ(vb::Len(reg_->RegistryGetValueString(kCurrentUser, "Imp", "Big").AsString()), 100000);
 }
 
+// Every value goes out whole, or is named and the call gives False; what
+// comes back from the file is what went out.
+TEST_F(ExportFile, WriterCarriesValuesWholeOrNamesThem) {
+  std::string long_text(3000, 'x');
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "Long", long_text);
+  for (const char* name : {"x=y", "Text", "Cr"}) {
+    reg_->RegistrySaveValueString(kCurrentUser, "W", name, "1");
+  }
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "Text", "DWORD:0000002A");
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "Cr", "a\r\n[HKEY_LOCAL_MACHINE]Evil");
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "", "default");
+  reg_->RegistrySaveValueLong(kCurrentUser, "W", "After", 7);
+  EXPECT_FALSE(reg_->RegistryWriteKeyToFile(kCurrentUser, "W", Variant(file_), false, true));
+  EXPECT_EQ(Reports(), (std::vector<std::string>{"The export file cannot carry 4 value(s), left "
+                                                 "out: W\\x=y, W\\Text, W\\Cr, W\\(default)"}));
+  reg_->RegistryDestroyKey(kCurrentUser, "W");
+  ASSERT_TRUE(reg_->RegistryReadKeyFromFile(Variant(file_)));
+  EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "W", "Long"), Variant(long_text));
+  EXPECT_EQ(reg_->RegistryGetValueLong(kCurrentUser, "W", "After"), 7);
+  EXPECT_EQ(reg_->RegistryGetValue(kCurrentUser, "W", "Text", Variant("none")), Variant("none"));
+  EXPECT_FALSE(reg_->RegistryCheckKey(kLocalMachine, "Evil"));
+}
+
 TEST_F(ExportFile, WriterStopsAtAnUnsupportedValueAndReportsEveryLevel) {
   reg_->RegistrySaveValueString(kCurrentUser, "T\\A\\B", "ok", "1");
   HKey h = 0;
