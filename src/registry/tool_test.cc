@@ -51,5 +51,25 @@ TEST_F(Tool, AutomationHostCallsTheRegistryClass) {
   EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "Software\\Acme", "Name"), Variant("Main"));
 }
 
+// qor ini reads whole values and lists, not IniRead's 254 characters, and
+// writes no line break.
+TEST_F(Tool, IniToolReadsWholeValuesAndListsAndRefusesLineBreaks) {
+  qor::testing::ScopedEnv ini_dir("QOR_INI_DIR", dir_.path().c_str());
+  std::string qor = qor::testing::QorBinary();
+  std::string value(1000, 'v');
+  ASSERT_EQ(qor::testing::RunProgram({qor, "ini", "set", "t.ini", "S", "K", value}, "").status, 0);
+  std::string names;
+  for (int i = 0; i < 60; ++i) {
+    std::string key = "Key" + std::to_string(i);
+    ASSERT_TRUE(reg_->IniWrite("t.ini", "S", key, Variant("1")));
+    names += key + "\n";
+  }
+  EXPECT_EQ(qor::testing::RunProgram({qor, "ini", "get", "t.ini", "S", "K"}, "").out, value + "\n");
+  EXPECT_EQ(qor::testing::RunProgram({qor, "ini", "get", "t.ini", "S", ""}, "").out, "K\n" + names);
+  auto bad = qor::testing::RunProgram({qor, "ini", "set", "t.ini", "S", "K2", "a\nb"}, "");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_NE(bad.err.find("error 5"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace qor::registry
