@@ -187,9 +187,12 @@ FileError ReplaceFileText(const std::filesystem::path& path, std::string_view te
     mode = 0666 & ~mask;
   }
   // An unnamed file first, so that a kill before the rename leaves nothing;
-  // a named one where the file system has no unnamed files.
+  // a named one where the file system has no unnamed files (or /proc, which
+  // names it, is missing).
   std::string temp;
-  int raw = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+  int raw = ::access("/proc/self/fd", F_OK) == 0
+                ? ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600)
+                : -1;
   if (raw < 0) {
     temp = (folder / (TempPrefix(path) + "XXXXXX")).string();
     raw = ::mkostemp(temp.data(), O_CLOEXEC);
