@@ -13,6 +13,11 @@ TEST_F(Clone, CopiesTheSubtreeAcrossRootsKeepingTypes) {
   reg_->RegistrySaveValueString(kCurrentUser, "Src", "Name", "Main");
   reg_->RegistrySaveValueLong(kCurrentUser, "Src\\A", "Count", -5);
   reg_->RegistrySaveValueBinary(kCurrentUser, "Src\\A\\B", "Blob", "xyz", 3);
+  // Values past the 2,000-byte buffers, and the ones after them, go whole.
+  std::string long_text(5000, 'q');
+  reg_->RegistrySaveValueString(kCurrentUser, "Src", "Long", long_text);
+  reg_->RegistrySaveValueBinary(kCurrentUser, "Src", "BigBlob", "b", 3000);
+  reg_->RegistrySaveValueLong(kCurrentUser, "Src", "After", 1);
   HKey h = 0;
   ASSERT_EQ(reg_->store().OpenKey(kCurrentUser, "Src", &h), kSuccess);
   reg_->store().SetValue(h, "Exp", kRegExpandSz, reinterpret_cast<const uint8_t*>("%P%\0junk"), 8);
@@ -20,12 +25,16 @@ TEST_F(Clone, CopiesTheSubtreeAcrossRootsKeepingTypes) {
   EXPECT_TRUE(reg_->RegistryCloneKey(kCurrentUser, "Src", kUsers, "Copy\\Deep", true, true));
   EXPECT_EQ(reg_->RegistryGetValue(kUsers, "Copy\\Deep", "Name"), Variant("Main"));
   EXPECT_EQ(reg_->RegistryGetValueLong(kUsers, "Copy\\Deep\\A", "Count"), -5);
+  EXPECT_EQ(reg_->RegistryGetValueString(kUsers, "Copy\\Deep", "Long"), Variant(long_text));
+  EXPECT_EQ(reg_->RegistryGetValueLong(kUsers, "Copy\\Deep", "After"), 1);
   std::string blob;
   EXPECT_TRUE(reg_->RegistryGetValueBinary(kUsers, "Copy\\Deep\\A\\B", "Blob", blob));
   EXPECT_EQ(blob.substr(0, 4), "xyz ");
   uint32_t type = 0;
   uint32_t size = 0;
   ASSERT_EQ(reg_->store().OpenKey(kUsers, "Copy\\Deep", &h), kSuccess);
+  ASSERT_EQ(reg_->store().QueryValue(h, "BigBlob", &type, nullptr, &size), kSuccess);
+  EXPECT_EQ(size, 3000u);
   ASSERT_EQ(reg_->store().QueryValue(h, "Exp", &type, nullptr, &size), kSuccess);
   reg_->store().CloseKey(h);
   EXPECT_EQ(type, kRegExpandSz);  // stays expandable, copied as stored
