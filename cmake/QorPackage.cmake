@@ -59,6 +59,9 @@ set(QOR_DEB_SELF "(= ${PROJECT_VERSION}-1)")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libqorsupport0)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# libcups is loaded on the first printer call (src/shell/cups_client.cc), not
+# linked, so the shlibs scan does not see it.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libcups2")
 # A shlibs file for the libraries, and ldconfig run by trigger.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")

@@ -1,5 +1,9 @@
 #include "automation/host.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <ext/stdio_filebuf.h>
 #include <istream>
 #include <ostream>
 
@@ -173,6 +177,20 @@ int Host::Run(std::istream& in, std::ostream& out) {
     out.flush();
   }
   return 0;
+}
+
+int Host::RunOnStandardStreams() {
+  int in_fd = ::fcntl(0, F_DUPFD_CLOEXEC, 3);
+  int out_fd = ::fcntl(1, F_DUPFD_CLOEXEC, 3);
+  if (in_fd < 0 || out_fd < 0) return 1;
+  int null_fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  if (null_fd < 0 || ::dup2(null_fd, 0) < 0 || ::dup2(2, 1) < 0) return 1;
+  ::close(null_fd);
+  __gnu_cxx::stdio_filebuf<char> in_buf(in_fd, std::ios::in);
+  __gnu_cxx::stdio_filebuf<char> out_buf(out_fd, std::ios::out);
+  std::istream in(&in_buf);
+  std::ostream out(&out_buf);
+  return Run(in, out);
 }
 
 }  // namespace qor::automation

@@ -39,6 +39,13 @@ class Host : public HandleTable {
   // Serves requests from in until its end; returns the exit status.
   int Run(std::istream& in, std::ostream& out);
 
+  // Serves requests on the process's standard input and output, which the
+  // host takes for itself: they move to private close-on-exec descriptors,
+  // descriptor 0 becomes /dev/null and descriptor 1 a copy of 2. A program
+  // started while the host runs (ExecCmd), or anything the process prints,
+  // then neither reads the client's requests nor writes into the replies.
+  int RunOnStandardStreams();
+
   ObjectRef Resolve(int64_t handle) override;
   int64_t HandleOf(const ObjectRef& object) override;
 

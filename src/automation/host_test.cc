@@ -95,6 +95,22 @@ TEST(AutomationHost, DialogsAreAnsweredAndReported) {
   EXPECT_EQ(r[8]["ui"][0]["style"], 16);
 }
 
+// A program the host starts gets neither the client's requests nor the
+// reply stream: it reads /dev/null and writes onto the host's stderr.
+TEST(AutomationHost, ChildrenStayOffTheProtocolStreams) {
+  auto r = RunHost(
+      R"({"id":1,"create":"qorWinAPI"})"
+      "\n"
+      R"({"id":2,"on":1,"call":"ExecCmd","args":["sh -c \"echo leaked; cat; echo read\"",true]})"
+      "\n"
+      R"({"id":3,"on":"qorExportGlobals","call":"IsBlank","args":["",true]})"
+      "\n");
+  ASSERT_EQ(r.size(), 3u);
+  EXPECT_EQ(r[1]["result"], (Json{{"$", "Long"}, {"v", 0}}));
+  EXPECT_EQ(r[2]["id"], 3);
+  EXPECT_EQ(r[2]["result"], true);
+}
+
 TEST(AutomationHost, BadRequestsGetErrorRepliesAndTheHostReadsOn) {
   auto r = RunHost(
       "this is not json\n"

@@ -18,55 +18,85 @@ bool qorWinAPIReg::RegistryCloneKey(int32_t pSrcKey, const std::string& pSrcPath
                                     bool Verbose) {
   Reporter rep("RegistryCloneKey", Verbose);
   return Guard(rep, false, [&] {
-    ScopedKey src(*store_);
-    ScopedKey dest(*store_);
-    if (store_->OpenKey(pSrcKey, ToCodePage(pSrcPath), src.out()) != registry::kSuccess) {
-      rep.Fail("Unable to open Source key");
+    // One batch: a failure (or a kill) leaves the destination as it was.
+    registry::StoreBatch batch(*store_);
+    if (batch.begun() != registry::kSuccess) {
+      rep.Fail("The registry store is busy");
       return false;
     }
-    std::string dest_path = ToCodePage(pDestPath);
-    if (store_->OpenKey(pDestKey, dest_path, dest.out()) != registry::kSuccess) {
-      if (!pCreateIfRequired) {
-        rep.Fail("Unable to open Destination key");
-        return false;
-      }
-      if (store_->CreateKey(pDestKey, dest_path, dest.out()) != registry::kSuccess) {
-        rep.Fail("Unable to create new key");
-        return false;
-      }
+    if (!CloneSubtree(pSrcKey, pSrcPath, pDestKey, pDestPath, pCreateIfRequired, rep)) {
+      return false;
     }
-    // Subkeys first; their destinations are made as the copy goes.
-    std::string name;
-    for (uint32_t index = 0; EnumKeyAt(src.get(), index, &name) == 0; ++index) {
-      std::string sub = "\\" + FromCodePage(name);
-      if (!RegistryCloneKey(pSrcKey, pSrcPath + sub, pDestKey, pDestPath + sub, true, Verbose)) {
-        rep.Fail("Recursive call error on " + pSrcPath);
-        return false;
-      }
-    }
-    std::string data;
-    uint32_t type = 0;
-    for (uint32_t index = 0; EnumValueAt(src.get(), index, &name, &type, &data) == 0; ++index) {
-      std::string shown = FromCodePage(name);
-      std::string kind;
-      if (type == registry::kRegDword || type == registry::kRegBinary) {
-        if (!RereadValue(src.get(), name, type, &data, rep)) return false;
-        kind = type == registry::kRegDword ? "DWORD" : "BINARY";
-      } else if (type == registry::kRegSz || type == registry::kRegExpandSz) {
-        data = CutAtNul(data);
-        kind = "string";
-      } else {
-        rep.Fail("Unsupported value type " + std::to_string(type) + " on " + shown);
-        return false;
-      }
-      if (store_->SetValue(dest.get(), name, type, reinterpret_cast<const uint8_t*>(data.data()),
-                           static_cast<uint32_t>(data.size())) != registry::kSuccess) {
-        rep.Fail("Error writing " + kind + " value " + shown);
-        return false;
-      }
+    if (int32_t rc = batch.Commit(); rc != registry::kSuccess) {
+      rep.Fail("The copy could not be committed (" + std::to_string(rc) + ")");
+      return false;
     }
     return true;
   });
+}
+
+bool qorWinAPIReg::CloneSubtree(int32_t pSrcKey, const std::string& pSrcPath, int32_t pDestKey,
+                                const std::string& pDestPath, bool pCreateIfRequired,
+                                const Reporter& rep) {
+  ScopedKey src(*store_);
+  ScopedKey dest(*store_);
+  if (store_->OpenKey(pSrcKey, ToCodePage(pSrcPath), src.out()) != registry::kSuccess) {
+    rep.Fail("Unable to open Source key");
+    return false;
+  }
+  std::string dest_path = ToCodePage(pDestPath);
+  if (store_->OpenKey(pDestKey, dest_path, dest.out()) != registry::kSuccess) {
+    if (!pCreateIfRequired) {
+      rep.Fail("Unable to open Destination key");
+      return false;
+    }
+    if (store_->CreateKey(pDestKey, dest_path, dest.out()) != registry::kSuccess) {
+      rep.Fail("Unable to create new key");
+      return false;
+    }
+  }
+  // Subkeys first; their destinations are made as the copy goes.
+  std::string name;
+  int32_t rc;
+  for (uint32_t index = 0; (rc = EnumKeyAt(src.get(), index, &name, true)) == 0; ++index) {
+    std::string sub = "\\" + FromCodePage(name);
+    if (!CloneSubtree(pSrcKey, pSrcPath + sub, pDestKey, pDestPath + sub, true, rep)) {
+      rep.Fail("Recursive call error on " + pSrcPath);
+      return false;
+    }
+  }
+  if (rc != registry::kNoMoreItems) {
+    rep.Fail("Error reading the subkeys of " + pSrcPath);
+    return false;
+  }
+  std::string data;
+  uint32_t type = 0;
+  for (uint32_t index = 0; (rc = EnumValueAt(src.get(), index, &name, &type, &data, true)) == 0;
+       ++index) {
+    std::string shown = FromCodePage(name);
+    std::string kind;
+    if (type == registry::kRegDword || type == registry::kRegBinary) {
+      kind = type == registry::kRegDword ? "DWORD" : "BINARY";
+    } else if (type == registry::kRegSz || type == registry::kRegExpandSz) {
+      kind = "string";
+    } else {
+      rep.Fail("Unsupported value type " + std::to_string(type) + " on " + shown);
+      return false;
+    }
+    // The data as stored, its NUL included: SetValue counts it again only
+    // when it is missing.
+    data.push_back('\0');
+    if (store_->SetValue(dest.get(), name, type, reinterpret_cast<const uint8_t*>(data.data()),
+                         static_cast<uint32_t>(data.size() - 1)) != registry::kSuccess) {
+      rep.Fail("Error writing " + kind + " value " + shown);
+      return false;
+    }
+  }
+  if (rc != registry::kNoMoreItems) {
+    rep.Fail("Error reading the values of " + pSrcPath);
+    return false;
+  }
+  return true;
 }
 
 bool qorWinAPIReg::RegistryGetAllKeys(int32_t pKey, const std::string& pKeyPath, Variant& pNames,

@@ -13,6 +13,11 @@ TEST_F(Clone, CopiesTheSubtreeAcrossRootsKeepingTypes) {
   reg_->RegistrySaveValueString(kCurrentUser, "Src", "Name", "Main");
   reg_->RegistrySaveValueLong(kCurrentUser, "Src\\A", "Count", -5);
   reg_->RegistrySaveValueBinary(kCurrentUser, "Src\\A\\B", "Blob", "xyz", 3);
+  // Values past the 2,000-byte buffers, and the ones after them, go whole.
+  std::string long_text(5000, 'q');
+  reg_->RegistrySaveValueString(kCurrentUser, "Src", "Long", long_text);
+  reg_->RegistrySaveValueBinary(kCurrentUser, "Src", "BigBlob", "b", 3000);
+  reg_->RegistrySaveValueLong(kCurrentUser, "Src", "After", 1);
   HKey h = 0;
   ASSERT_EQ(reg_->store().OpenKey(kCurrentUser, "Src", &h), kSuccess);
   reg_->store().SetValue(h, "Exp", kRegExpandSz, reinterpret_cast<const uint8_t*>("%P%\0junk"), 8);
@@ -20,16 +25,20 @@ TEST_F(Clone, CopiesTheSubtreeAcrossRootsKeepingTypes) {
   EXPECT_TRUE(reg_->RegistryCloneKey(kCurrentUser, "Src", kUsers, "Copy\\Deep", true, true));
   EXPECT_EQ(reg_->RegistryGetValue(kUsers, "Copy\\Deep", "Name"), Variant("Main"));
   EXPECT_EQ(reg_->RegistryGetValueLong(kUsers, "Copy\\Deep\\A", "Count"), -5);
+  EXPECT_EQ(reg_->RegistryGetValueString(kUsers, "Copy\\Deep", "Long"), Variant(long_text));
+  EXPECT_EQ(reg_->RegistryGetValueLong(kUsers, "Copy\\Deep", "After"), 1);
   std::string blob;
   EXPECT_TRUE(reg_->RegistryGetValueBinary(kUsers, "Copy\\Deep\\A\\B", "Blob", blob));
   EXPECT_EQ(blob.substr(0, 4), "xyz ");
   uint32_t type = 0;
   uint32_t size = 0;
   ASSERT_EQ(reg_->store().OpenKey(kUsers, "Copy\\Deep", &h), kSuccess);
+  ASSERT_EQ(reg_->store().QueryValue(h, "BigBlob", &type, nullptr, &size), kSuccess);
+  EXPECT_EQ(size, 3000u);
   ASSERT_EQ(reg_->store().QueryValue(h, "Exp", &type, nullptr, &size), kSuccess);
   reg_->store().CloseKey(h);
-  EXPECT_EQ(type, kRegExpandSz);  // stays expandable, cut at its NUL
-  EXPECT_EQ(size, 4u);            // with the NUL the platform counts
+  EXPECT_EQ(type, kRegExpandSz);  // stays expandable, copied as stored
+  EXPECT_EQ(size, 9u);            // the 8 bytes and the NUL the platform counted
   EXPECT_TRUE(Reports().empty());
 }
 
@@ -42,7 +51,7 @@ TEST_F(Clone, FailuresReportOnceAtEachLevel) {
   EXPECT_EQ(Reports(),
             (std::vector<std::string>{"Unable to open Destination key", "Unable to open Source key",
                                       "Unable to create new key"}));
-  // A multi-string value stops the copy; the subtree below is already there.
+  // A multi-string value stops the copy, and the copy is all or nothing.
   reg_->RegistrySaveValueString(kCurrentUser, "Src", "First", "1");
   HKey h = 0;
   ASSERT_EQ(reg_->store().OpenKey(kCurrentUser, "Src", &h), kSuccess);
@@ -51,9 +60,7 @@ TEST_F(Clone, FailuresReportOnceAtEachLevel) {
   reg_->store().CloseKey(h);
   EXPECT_FALSE(reg_->RegistryCloneKey(kCurrentUser, "Src", kCurrentUser, "Dest", true, true));
   EXPECT_EQ(Reports(), (std::vector<std::string>{"Unsupported value type 7 on Multi"}));
-  EXPECT_TRUE(reg_->RegistryCheckKey(kCurrentUser, "Dest\\A"));
-  EXPECT_EQ(reg_->RegistryGetValue(kCurrentUser, "Dest", "First"), Variant("1"));
-  EXPECT_EQ(reg_->RegistryGetValue(kCurrentUser, "Dest", "Last", Variant("none")), Variant("none"));
+  EXPECT_FALSE(reg_->RegistryCheckKey(kCurrentUser, "Dest"));
   // Deep down: one report there and one per level above.
   ASSERT_EQ(reg_->store().CreateKey(kCurrentUser, "Src\\A\\B", &h), kSuccess);
   reg_->store().SetValue(h, "M", kRegMultiSz, reinterpret_cast<const uint8_t*>("a\0\0"), 3);

@@ -82,10 +82,15 @@ TEST_F(ExportFile, EncodingsRoundTrip) {
   ASSERT_EQ(reg_->store().OpenKey(kCurrentUser, "R", &h), kSuccess);
   reg_->store().SetValue(h, "Path", kRegExpandSz, reinterpret_cast<const uint8_t*>("%HOME%\0x"), 8);
   reg_->store().CloseKey(h);
-  ASSERT_TRUE(reg_->RegistryWriteKeyToFile(kCurrentUser, "R", Variant(file_)));
+  // The expandable string has no place in the format: it is left out and
+  // named, the rest is written.
+  EXPECT_FALSE(reg_->RegistryWriteKeyToFile(kCurrentUser, "R", Variant(file_), false, true));
+  EXPECT_EQ(
+      Reports(),
+      (std::vector<std::string>{"The export file cannot carry 1 value(s), left out: R\\Path"}));
   std::string text = ReadAll(file_);
   EXPECT_NE(text.find("\r\nMinus=DWORD:FFFFFFFF\r\nByte=DWORD:000000FF\r\nMask=HEX:0A,FF,00\r\n"
-                      "None=HEX:\r\nCaf\xe9=cr\xe8me\r\nPath=%HOME%\r\n"),
+                      "None=HEX:\r\nCaf\xe9=cr\xe8me\r\n\r\n"),
             std::string::npos)
       << text;
   reg_->RegistryDestroyKey(kCurrentUser, "R");
@@ -96,14 +101,7 @@ TEST_F(ExportFile, EncodingsRoundTrip) {
   ASSERT_TRUE(reg_->RegistryGetValueBinary(kCurrentUser, "R", "Mask", mask));
   EXPECT_EQ(ToCodePage(mask).substr(0, 4), std::string("\x0a\xff\x00 ", 4));
   EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "R", "caf\u00c9"), Variant("cr\u00e8me"));
-  // The expandable string comes back as a plain string.
-  uint32_t type = 0;
-  uint32_t size = 0;
-  ASSERT_EQ(reg_->store().OpenKey(kCurrentUser, "R", &h), kSuccess);
-  EXPECT_EQ(reg_->store().QueryValue(h, "Path", &type, nullptr, &size), kSuccess);
-  reg_->store().CloseKey(h);
-  EXPECT_EQ(type, kRegSz);
-  EXPECT_EQ(size, 7u);  // "%HOME%" and the NUL the platform counts
+  EXPECT_EQ(reg_->RegistryGetValue(kCurrentUser, "R", "Path", Variant("none")), Variant("none"));
 }
 
 TEST_F(ExportFile, ParserRulesAndQuirks) {
@@ -136,7 +134,7 @@ TEST_F(ExportFile, ParserRulesAndQuirks) {
   EXPECT_EQ(SplitExportLines("a\r\nb\rc\nd"), (std::vector<std::string_view>{"a", "b", "c", "d"}));
 }
 
-TEST_F(ExportFile, ReaderErrorsKeepWhatWasApplied) {
+TEST_F(ExportFile, ReaderErrorsLeaveTheStoreAsItWas) {
   reg_->RegistrySaveValueString(kCurrentUser, "Keep", "v", "old");
   struct Case {
     std::string file;
@@ -156,14 +154,37 @@ TEST_F(ExportFile, ReaderErrorsKeepWhatWasApplied) {
     WriteAll(file_, c.file);
     EXPECT_EQ(Raised([&] { reg_->RegistryReadKeyFromFile(Variant(file_)); }), c.error) << c.file;
   }
-  EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "Imp", "A"), Variant("1"));
+  EXPECT_FALSE(reg_->RegistryCheckKey(kCurrentUser, "Imp"));
   EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "Keep", "v"), Variant("old"));
   EXPECT_EQ(Raised([&] { reg_->RegistryReadKeyFromFile(Variant(dir_.File("none"))); }),
-            "53 RegistryReadKeyFromFile() File not found");
+            "53 RegistryReadKeyFromFile() " + dir_.File("none") + ": file not found");
   // A huge line is read whole.
   WriteAll(file_, "[HKEY_CURRENT_USER]Imp\r\nBig=" + std::string(100000, 'x') + "\r\n");
   EXPECT_TRUE(reg_->RegistryReadKeyFromFile(Variant(file_)));
   EXPECT_EQ(vb::Len(reg_->RegistryGetValueString(kCurrentUser, "Imp", "Big").AsString()), 100000);
+}
+
+// Every value goes out whole, or is named and the call gives False; what
+// comes back from the file is what went out.
+TEST_F(ExportFile, WriterCarriesValuesWholeOrNamesThem) {
+  std::string long_text(3000, 'x');
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "Long", long_text);
+  for (const char* name : {"x=y", "Text", "Cr"}) {
+    reg_->RegistrySaveValueString(kCurrentUser, "W", name, "1");
+  }
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "Text", "DWORD:0000002A");
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "Cr", "a\r\n[HKEY_LOCAL_MACHINE]Evil");
+  reg_->RegistrySaveValueString(kCurrentUser, "W", "", "default");
+  reg_->RegistrySaveValueLong(kCurrentUser, "W", "After", 7);
+  EXPECT_FALSE(reg_->RegistryWriteKeyToFile(kCurrentUser, "W", Variant(file_), false, true));
+  EXPECT_EQ(Reports(), (std::vector<std::string>{"The export file cannot carry 4 value(s), left "
+                                                 "out: W\\x=y, W\\Text, W\\Cr, W\\(default)"}));
+  reg_->RegistryDestroyKey(kCurrentUser, "W");
+  ASSERT_TRUE(reg_->RegistryReadKeyFromFile(Variant(file_)));
+  EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "W", "Long"), Variant(long_text));
+  EXPECT_EQ(reg_->RegistryGetValueLong(kCurrentUser, "W", "After"), 7);
+  EXPECT_EQ(reg_->RegistryGetValue(kCurrentUser, "W", "Text", Variant("none")), Variant("none"));
+  EXPECT_FALSE(reg_->RegistryCheckKey(kLocalMachine, "Evil"));
 }
 
 TEST_F(ExportFile, WriterStopsAtAnUnsupportedValueAndReportsEveryLevel) {

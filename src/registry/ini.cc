@@ -1,6 +1,7 @@
 // qorWinAPIReg: reading and writing INI entries through the private
 // profile calls (profile.h).
 
+#include "qorsupport/frame/error.h"
 #include "qorsupport/frame/globals.h"
 #include "qorsupport/frame/report.h"
 #include "qorsupport/frame/vb.h"
@@ -24,6 +25,9 @@ Variant qorWinAPIReg::IniRead(const std::string& pIniName, const std::string& pI
     }
     uint32_t count = registry::GetPrivateProfileString(section_arg, key_arg, kMissing,
                                                        buffer.data(), 254, pIniName);
+    if (const registry::FileError& e = registry::LastProfileError()) {
+      Raise(e.number, "IniRead", e.description);
+    }
     // The whole buffer is compared and returned, filler included: a caller
     // cuts it at its first NUL, and a missing entry comes back as the
     // default text followed by a NUL.
@@ -37,11 +41,14 @@ bool qorWinAPIReg::IniWrite(const std::string& pIniName, const std::string& pIni
   return Guard(Reporter("IniWrite", false), false, [&] {
     std::string section = registry::ToCodePage(pIniSection);
     std::string key = registry::ToCodePage(pIniKey);
-    if (IsBlank(pIniValue, true)) {
-      return registry::WritePrivateProfileString(section, key, std::nullopt, pIniName);
+    registry::OptText value;
+    std::string text;
+    if (!IsBlank(pIniValue, true)) value = text = registry::ToCodePage(vb::CStr(pIniValue));
+    bool ok = registry::WritePrivateProfileString(section, key, value, pIniName);
+    if (const registry::FileError& e = registry::LastProfileError()) {
+      Raise(e.number, "IniWrite", e.description);
     }
-    std::string value = registry::ToCodePage(vb::CStr(pIniValue));
-    return registry::WritePrivateProfileString(section, key, value, pIniName);
+    return ok;
   });
 }
 

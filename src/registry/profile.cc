@@ -1,15 +1,16 @@
 #include "registry/profile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <time.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
 #include <vector>
+
+#include "registry/bounded_file.h"
 
 namespace qor::registry {
 namespace {
@@ -54,16 +55,9 @@ bool SameName(std::string_view a, std::string_view b) {
 // holding the entries before the first "[...]" line.
 class Profile {
  public:
-  // Reads the file; a missing file is an empty profile. False when it
-  // exists and cannot be read.
-  bool Load(const std::filesystem::path& path) {
-    sections_.clear();
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return errno == ENOENT;
-    std::stringstream all;
-    all << in.rdbuf();
-    if (!all.str().empty()) Parse(all.str());
-    return true;
+  // Parses the file's bytes.
+  explicit Profile(std::string_view bytes = {}) {
+    if (!bytes.empty()) Parse(bytes);
   }
 
   std::string Text() const {
@@ -81,8 +75,21 @@ class Profile {
 
   // The first section of a name, compared as given.
   Section* FindSection(std::string_view name) {
-    for (Section& s : sections_) {
+    return const_cast<Section*>(std::as_const(*this).FindSection(name));
+  }
+  const Section* FindSection(std::string_view name) const {
+    for (const Section& s : sections_) {
       if (SameName(s.name, name)) return &s;
+    }
+    return nullptr;
+  }
+  // The entry for trimmed names, or null.
+  const Entry* Find(std::string_view section, std::string_view key) const {
+    const Section* s = FindSection(Trim(section));
+    if (s) {
+      for (const Entry& e : s->entries) {
+        if (SameName(e.name, Trim(key))) return &e;
+      }
     }
     return nullptr;
   }
@@ -182,9 +189,9 @@ void CopyValue(char* buffer, std::string_view value, uint32_t size) {
 
 // The entry names of a section (as given, not trimmed); with values, every
 // entry as "name=value" (an entry without "=" as its name alone).
-uint32_t ListEntries(Profile& profile, std::string_view section, bool with_values, char* buffer,
-                     uint32_t size) {
-  Section* s = profile.FindSection(section);
+uint32_t ListEntries(const Profile& profile, std::string_view section, bool with_values,
+                     char* buffer, uint32_t size) {
+  const Section* s = profile.FindSection(section);
   if (!s) {
     if (size > 0) buffer[0] = '\0';
     if (size > 1) buffer[1] = '\0';
@@ -220,7 +227,7 @@ uint32_t ListEntries(Profile& profile, std::string_view section, bool with_value
   return size - left;
 }
 
-uint32_t ListSections(Profile& profile, char* buffer, uint32_t size) {
+uint32_t ListSections(const Profile& profile, char* buffer, uint32_t size) {
   if (size == 0) return 0;
   if (size == 1) {
     buffer[0] = '\0';
@@ -261,38 +268,67 @@ bool HasFolder(std::string_view file) {
   return file.find_first_of("/\\") != std::string_view::npos;
 }
 
-// Writes the file beside its place and renames it over, keeping the mode of
-// the file it replaces.
-bool ReplaceFile(const std::filesystem::path& path, const std::string& text) {
-  std::error_code ec;
-  if (!path.has_parent_path() || !std::filesystem::is_directory(path.parent_path(), ec)) {
-    return false;
+thread_local FileError last_error;
+
+// The parsed files last read, each with the identity of the version it was
+// read from; a call costs one stat while the file stays as it was.
+class ProfileCache {
+ public:
+  // The profile of the file; an empty one for a missing file, null (and
+  // last_error set) for a file that cannot be read.
+  std::shared_ptr<const Profile> Get(const std::filesystem::path& path) {
+    last_error = {};
+    FileIdentity identity;
+    FileError error = StatFile(path, &identity);
+    if (error.number == 53) return std::make_shared<Profile>();
+    if (error) {
+      last_error = std::move(error);
+      return nullptr;
+    }
+    std::string key = path.string();
+    {
+      std::lock_guard<std::mutex> lock(mu_);
+      auto it = files_.find(key);
+      if (it != files_.end() && it->second.identity == identity && !it->second.racy) {
+        return it->second.profile;
+      }
+    }
+    std::string bytes;
+    error = ReadBoundedFile(path, &bytes, &identity);
+    if (error.number == 53) return std::make_shared<Profile>();
+    if (error) {
+      last_error = std::move(error);
+      return nullptr;
+    }
+    auto profile = std::make_shared<const Profile>(bytes);
+    // The clock of file times moves in ticks of a few milliseconds: a file
+    // changed within the last moments may change again with the same size
+    // and time, so it is read again until its time lies well behind.
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    int64_t now_ns = static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+    bool racy = now_ns - identity.mtime_ns < kSettleNs;
+    std::lock_guard<std::mutex> lock(mu_);
+    if (files_.size() >= kFiles) files_.erase(files_.begin());
+    files_[key] = Cached{identity, profile, racy};
+    return profile;
   }
-  std::string temp = path.string() + ".XXXXXX";
-  int fd = ::mkstemp(temp.data());
-  if (fd < 0) return false;
-  struct stat st;
-  mode_t mode;
-  if (::stat(path.c_str(), &st) == 0) {
-    mode = st.st_mode & 07777;
-  } else {
-    mode_t mask = ::umask(0);
-    ::umask(mask);
-    mode = 0666 & ~mask;
-  }
-  bool ok = ::fchmod(fd, mode) == 0;
-  size_t done = 0;
-  while (ok && done < text.size()) {
-    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    ok = n > 0;
-    if (ok) done += static_cast<size_t>(n);
-  }
-  ok = ok && ::fsync(fd) == 0;
-  ok = (::close(fd) == 0) && ok;
-  ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
-  if (!ok) ::unlink(temp.c_str());
-  return ok;
+
+ private:
+  static constexpr size_t kFiles = 16;
+  static constexpr int64_t kSettleNs = 100'000'000;
+  struct Cached {
+    FileIdentity identity;
+    std::shared_ptr<const Profile> profile;
+    bool racy = false;  // read within kSettleNs of its modification
+  };
+  std::mutex mu_;
+  std::map<std::string, Cached> files_;
+};
+
+std::shared_ptr<const Profile> LoadProfile(const std::filesystem::path& path) {
+  static ProfileCache* cache = new ProfileCache;
+  return cache->Get(path);
 }
 
 }  // namespace
@@ -315,8 +351,9 @@ uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_t
   std::string work(size, '\0');
   char* w = work.data();
   uint32_t count = 0;
-  Profile profile;
-  bool loaded = profile.Load(ProfilePath(file));
+  std::shared_ptr<const Profile> loaded = LoadProfile(ProfilePath(file));
+  static const Profile kUnreadable;
+  const Profile& profile = loaded ? *loaded : kUnreadable;
   if (!section) {
     count = loaded ? ListSections(profile, w, size) : 0;
   } else if (!key) {
@@ -328,7 +365,7 @@ uint32_t GetPrivateProfileString(OptText section, OptText key, OptText default_t
   } else {
     while (!def.empty() && def.back() == ' ') def.remove_suffix(1);
     if (loaded) {
-      Entry* e = profile.Find(*section, *key, false);
+      const Entry* e = profile.Find(*section, *key);
       CopyValue(w, e && e->value ? std::string_view(*e->value) : def, size);
     } else {
       CopyN(w, def, size);
@@ -347,10 +384,9 @@ uint32_t GetPrivateProfileSection(std::string_view section, char* buffer, uint32
   // its first size - 2 characters are, followed by two NULs.
   uint32_t work_size = size > UINT32_MAX / 2 ? UINT32_MAX : 2 * size;
   std::string work(work_size, '\0');
-  Profile profile;
   uint32_t count = 0;
-  if (profile.Load(ProfilePath(file))) {
-    count = ListEntries(profile, section, true, work.data(), work_size);
+  if (auto profile = LoadProfile(ProfilePath(file))) {
+    count = ListEntries(*profile, section, true, work.data(), work_size);
   }
   if (count > 0 && count + 2 <= size) {
     std::memcpy(buffer, work.data(), count + 1);
@@ -364,10 +400,27 @@ uint32_t GetPrivateProfileSection(std::string_view section, char* buffer, uint32
 }
 
 bool WritePrivateProfileString(OptText section, OptText key, OptText value, std::string_view file) {
+  last_error = {};
   if (!section) return false;
   std::filesystem::path path = ProfilePath(file);
-  Profile profile;
-  if (!profile.Load(path)) return false;
+  if (!HasFolder(file)) {
+    std::error_code ec;
+    std::filesystem::create_directories(path.parent_path(), ec);
+  }
+  // A link is written through: the change goes to the file it names.
+  path = FollowLinks(path);
+  FolderLock lock(path.parent_path());
+  if (!lock.locked()) {
+    last_error = FileError{75, path.parent_path().string() + ": cannot be locked"};
+    return false;
+  }
+  std::string bytes;
+  FileError error = ReadBoundedFile(path, &bytes);
+  if (error && error.number != 53) {
+    last_error = std::move(error);
+    return false;
+  }
+  Profile profile(bytes);
   bool changed = false;
   if (!key) {
     changed = profile.DeleteSection(*section);  // true also when there was none
@@ -382,11 +435,10 @@ bool WritePrivateProfileString(OptText section, OptText key, OptText value, std:
     }
   }
   if (!changed) return true;
-  if (!HasFolder(file)) {
-    std::error_code ec;
-    std::filesystem::create_directories(path.parent_path(), ec);
-  }
-  return ReplaceFile(path, profile.Text());
+  last_error = ReplaceFileText(path, profile.Text());
+  return !last_error;
 }
+
+const FileError& LastProfileError() { return last_error; }
 
 }  // namespace qor::registry

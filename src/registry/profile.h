@@ -27,6 +27,12 @@
 // into the profile folder: $QOR_INI_DIR when set, else
 // $XDG_CONFIG_HOME/qorSupport (default ~/.config/qorSupport), made on the
 // first write. This is the Linux counterpart of the Windows folder.
+//
+// A file is read at most once per version: the parsed file is kept with
+// its identity (bounded_file.h), checked by one stat per call, so a change
+// written by another process is seen at the next call. A file that is not a
+// regular file, or is past the size or line cap, reads as missing, and
+// LastProfileError tells why.
 
 #ifndef QOR_REGISTRY_PROFILE_H_
 #define QOR_REGISTRY_PROFILE_H_
@@ -36,6 +42,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "registry/bounded_file.h"
 
 namespace qor::registry {
 
@@ -64,8 +72,16 @@ uint32_t GetPrivateProfileSection(std::string_view section, char* buffer, uint32
                                   std::string_view file);
 
 // WritePrivateProfileStringA: true when the file holds the change; false
-// without a section.
+// without a section. Writers of the files in one folder take the folder's
+// lock (FolderLock) across their read, change and replace, so concurrent
+// writers lose nothing; a symbolic link is written through to the file it
+// names, which keeps its owner and mode (bounded_file.h).
 bool WritePrivateProfileString(OptText section, OptText key, OptText value, std::string_view file);
+
+// Why the last call of this thread could not read or write its file (a
+// FIFO, device or folder, a file past the size or line cap, a failed
+// write); number 0 after a call that could.
+const FileError& LastProfileError();
 
 }  // namespace qor::registry
 

@@ -5,9 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "registry/codepage.h"
@@ -18,7 +20,6 @@ namespace {
 constexpr int64_t kRootRow = 1;
 constexpr int kRootCount = 6;  // 0x80000000 .. 0x80000005
 constexpr int kCurrentUserIndex = 1;
-constexpr int32_t kBusy = 170;
 constexpr int32_t kIoFailed = 1016;
 
 constexpr const char* kSchema =
@@ -65,13 +66,71 @@ int32_t CodeOf(int sqlite_rc) {
 
 [[noreturn]] void Fail(int32_t code) { throw Failure{code}; }
 
+// The prepared statements of each connection, kept so that a call does not
+// parse its SQL again. A statement is lent to one Stmt at a time; a second
+// Stmt of the same text meanwhile gets one of its own.
+class StatementCache {
+ public:
+  // A statement for sql, prepared on first use; *cached tells whether it
+  // must go back through Return (else the caller finalizes it).
+  sqlite3_stmt* Take(sqlite3* db, const char* sql, bool* cached) {
+    std::lock_guard<std::mutex> lock(mu_);
+    Entry& e = statements_[db][sql];
+    *cached = !e.lent;
+    if (e.lent || !e.stmt) {
+      sqlite3_stmt* stmt = nullptr;
+      int rc =
+          sqlite3_prepare_v3(db, sql, -1, e.lent ? 0 : SQLITE_PREPARE_PERSISTENT, &stmt, nullptr);
+      if (rc != SQLITE_OK) {
+        sqlite3_finalize(stmt);
+        Fail(CodeOf(rc));
+      }
+      if (e.lent) return stmt;
+      e.stmt = stmt;
+    }
+    e.lent = true;
+    return e.stmt;
+  }
+  void Return(sqlite3* db, const char* sql) {
+    std::lock_guard<std::mutex> lock(mu_);
+    Entry& e = statements_[db][sql];
+    sqlite3_reset(e.stmt);
+    sqlite3_clear_bindings(e.stmt);
+    e.lent = false;
+  }
+  // Finalizes a connection's statements before it closes.
+  void Forget(sqlite3* db) {
+    std::lock_guard<std::mutex> lock(mu_);
+    for (auto& [sql, e] : statements_[db]) sqlite3_finalize(e.stmt);
+    statements_.erase(db);
+  }
+
+ private:
+  struct Entry {
+    sqlite3_stmt* stmt = nullptr;
+    bool lent = false;
+  };
+  std::mutex mu_;
+  std::map<sqlite3*, std::map<std::string, Entry, std::less<>>> statements_;
+};
+
+StatementCache& Statements() {
+  static StatementCache* cache = new StatementCache;
+  return *cache;
+}
+
 class Stmt {
  public:
-  Stmt(sqlite3* db, const char* sql) {
-    int rc = sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr);
-    if (rc != SQLITE_OK) Fail(CodeOf(rc));
+  Stmt(sqlite3* db, const char* sql) : db_(db), sql_(sql) {
+    stmt_ = Statements().Take(db, sql, &cached_);
   }
-  ~Stmt() { sqlite3_finalize(stmt_); }
+  ~Stmt() {
+    if (cached_) {
+      Statements().Return(db_, sql_);
+    } else {
+      sqlite3_finalize(stmt_);
+    }
+  }
   Stmt(const Stmt&) = delete;
   Stmt& operator=(const Stmt&) = delete;
 
@@ -99,12 +158,17 @@ class Stmt {
   }
 
  private:
+  sqlite3* db_;
+  const char* sql_;
   sqlite3_stmt* stmt_ = nullptr;
+  bool cached_ = false;
 };
 
+// Runs one statement of the cache to its end.
 void Exec(sqlite3* db, const char* sql) {
-  int rc = sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
-  if (rc != SQLITE_OK) Fail(CodeOf(rc));
+  Stmt stmt(db, sql);
+  while (stmt.Step()) {
+  }
 }
 
 int RootIndex(HKey key) {
@@ -158,35 +222,59 @@ int64_t Walk(sqlite3* db, int64_t id, const std::vector<std::string_view>& parts
 }
 
 void DeleteSubtree(sqlite3* db, int64_t id, bool keep_top) {
-  static constexpr const char* kTree =
+  static constexpr const char* kValues =
       "WITH RECURSIVE tree(id) AS (SELECT ?1 UNION ALL "
-      "SELECT k.id FROM reg_key k JOIN tree ON k.parent = tree.id) ";
-  std::string values = std::string(kTree) + "DELETE FROM reg_value WHERE key IN tree";
-  std::string keys = std::string(kTree) + "DELETE FROM reg_key WHERE id IN tree" +
-                     (keep_top ? " AND id <> ?1" : "");
-  Stmt(db, values.c_str()).Bind(1, id).Step();
-  Stmt(db, keys.c_str()).Bind(1, id).Step();
+      "SELECT k.id FROM reg_key k JOIN tree ON k.parent = tree.id) "
+      "DELETE FROM reg_value WHERE key IN tree";
+  static constexpr const char* kKeys =
+      "WITH RECURSIVE tree(id) AS (SELECT ?1 UNION ALL "
+      "SELECT k.id FROM reg_key k JOIN tree ON k.parent = tree.id) "
+      "DELETE FROM reg_key WHERE id IN tree AND (?2 = 0 OR id <> ?1)";
+  Stmt(db, kValues).Bind(1, id).Step();
+  Stmt(db, kKeys).Bind(1, id).Bind(2, int64_t{keep_top}).Step();
 }
 
 }  // namespace
 
 // One call's transaction on one root file: read calls take a snapshot,
 // changing calls take the write lock at once. Rolled back unless committed.
+// Inside a batch the call is a savepoint of the batch's transaction on the
+// root, which the session opens when the batch first meets the root.
 class SqliteStore::Session {
  public:
-  Session(sqlite3* db, bool write) : db_(db) {
-    if (db_) Exec(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
+  Session(SqliteStore* store, sqlite3* db, int root, bool write) : db_(db) {
+    if (!db_) return;
+    if (!store->batch_) {
+      Exec(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
+      return;
+    }
+    if (!store->batch_roots_.count(root)) {
+      Exec(db_, "BEGIN IMMEDIATE");
+      store->batch_roots_.insert(root);
+    }
+    // A read changes nothing there is to undo.
+    if (!write) {
+      done_ = true;
+      return;
+    }
+    savepoint_ = true;
+    Exec(db_, "SAVEPOINT qor_call");
   }
   ~Session() {
-    if (db_ && !done_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    // The listings stay: one made before this call is dropped by the change
+    // count its changes moved, one made after reads the data as it is.
+    if (!db_ || done_) return;
+    sqlite3_exec(db_, savepoint_ ? "ROLLBACK TO qor_call; RELEASE qor_call" : "ROLLBACK", nullptr,
+                 nullptr, nullptr);
   }
   void Commit() {
-    if (db_) Exec(db_, "COMMIT");
+    if (db_ && !done_) Exec(db_, savepoint_ ? "RELEASE qor_call" : "COMMIT");
     done_ = true;
   }
 
  private:
   sqlite3* db_;
+  bool savepoint_ = false;
   bool done_ = false;
 };
 
@@ -219,7 +307,10 @@ SqliteStore::Locations SqliteStore::DefaultLocations() {
 SqliteStore::SqliteStore(Locations locations) : locations_(std::move(locations)) {}
 
 SqliteStore::~SqliteStore() {
-  for (auto& [root, db] : connections_) sqlite3_close_v2(db);
+  for (auto& [root, db] : connections_) {
+    Statements().Forget(db);
+    sqlite3_close_v2(db);
+  }
 }
 
 std::filesystem::path SqliteStore::FileOf(HKey root) const {
@@ -239,11 +330,16 @@ sqlite3* SqliteStore::Connection(int root, bool create, int32_t* error) {
   std::error_code ec;
   if (!std::filesystem::exists(file, ec)) {
     if (!create) return nullptr;
-    std::filesystem::create_directories(file.parent_path(), ec);
-    if (private_file) ::chmod(file.parent_path().c_str(), 0700);
+    // Only what is made here gets a mode; a folder that exists keeps its
+    // own (a shared folder stays shared).
+    bool made = std::filesystem::create_directories(file.parent_path(), ec);
+    if (made && private_file) ::chmod(file.parent_path().c_str(), 0700);
     // Made here with its mode, before SQLite sees it; the journal files
-    // SQLite adds take the same mode.
-    int fd = ::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, private_file ? 0600 : 0644);
+    // SQLite adds take the same mode. A file made meanwhile by another
+    // process is left as it is.
+    int fd =
+        ::open(file.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, private_file ? 0600 : 0644);
+    if (fd < 0 && errno == EEXIST) fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
       *error = kAccessDenied;
       return nullptr;
@@ -265,12 +361,25 @@ sqlite3* SqliteStore::Connection(int root, bool create, int32_t* error) {
   }
   sqlite3_busy_timeout(db, 30000);
   if (!sqlite3_db_readonly(db, "main")) {
-    rc = sqlite3_exec(db,
-                      "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
-                      "BEGIN IMMEDIATE;",
-                      nullptr, nullptr, nullptr);
-    if (rc == SQLITE_OK) rc = sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr);
-    if (rc == SQLITE_OK) rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    rc = sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;", nullptr, nullptr,
+                      nullptr);
+    // The schema is made under the write lock only when it is missing, so
+    // that opening a store never waits for another process's long batch.
+    int tables = 0;
+    if (rc == SQLITE_OK) {
+      rc = sqlite3_exec(
+          db, "SELECT count(*) FROM sqlite_master WHERE name IN ('reg_key', 'reg_value')",
+          [](void* out, int, char** row, char**) {
+            *static_cast<int*>(out) = row[0] ? std::atoi(row[0]) : 0;
+            return 0;
+          },
+          &tables, nullptr);
+    }
+    if (rc == SQLITE_OK && tables < 2) {
+      rc = sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+      if (rc == SQLITE_OK) rc = sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr);
+      if (rc == SQLITE_OK) rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    }
     if (rc != SQLITE_OK) {
       *error = CodeOf(rc);
       sqlite3_close_v2(db);
@@ -324,7 +433,7 @@ int32_t SqliteStore::Begin(HKey key, bool write, bool create, Call* call) {
     if (error != kSuccess) return error;
     return call->target.id == kRootRow ? kSuccess : kKeyDeleted;
   }
-  call->session.emplace(call->db, write);
+  call->session.emplace(this, call->db, call->target.root, write);
   return KeyExists(call->db, call->target.id) ? kSuccess : kKeyDeleted;
 }
 
@@ -473,16 +582,40 @@ int32_t SqliteStore::DeleteKey(HKey key, std::string_view path) {
   });
 }
 
+const SqliteStore::Listing& SqliteStore::ListOf(const Call& c, bool keys) {
+  // The listing is valid while the file holds the same version (no change
+  // by another connection) and this connection changed nothing.
+  unsigned int version = 0;
+  sqlite3_file_control(c.db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  int64_t changes = sqlite3_total_changes64(c.db);
+  Listing& l = keys ? key_listing_ : value_listing_;
+  if (l.root == c.target.root && l.key == c.target.id && l.version == version &&
+      l.changes == changes && l.db == c.db) {
+    return l;
+  }
+  l = Listing{};
+  Stmt q(c.db, keys ? "SELECT name, 0, x'' FROM reg_key WHERE parent = ? ORDER BY fold, id"
+                    : "SELECT name, type, data FROM reg_value WHERE key = ? ORDER BY id");
+  q.Bind(1, c.target.id);
+  while (q.Step())
+    l.rows.push_back(Listing::Row{q.Blob(0), static_cast<uint32_t>(q.Int(1)), q.Blob(2)});
+  l.db = c.db;
+  l.root = c.target.root;
+  l.key = c.target.id;
+  l.version = version;
+  l.changes = changes;
+  return l;
+}
+
 int32_t SqliteStore::EnumKey(HKey key, uint32_t index, char* name, uint32_t size) {
   std::lock_guard<std::mutex> lock(mu_);
   return Guarded([&] {
     Call c;
     if (int32_t rc = Begin(key, false, false, &c); rc != kSuccess) return rc;
     if (!c.db) return kNoMoreItems;
-    Stmt q(c.db, "SELECT name FROM reg_key WHERE parent = ? ORDER BY fold, id LIMIT 1 OFFSET ?");
-    q.Bind(1, c.target.id).Bind(2, index);
-    if (!q.Step()) return kNoMoreItems;
-    std::string found = q.Blob(0);
+    const Listing& keys = ListOf(c, true);
+    if (index >= keys.rows.size()) return kNoMoreItems;
+    const std::string& found = keys.rows[index].name;
     if (!name || found.size() + 1 > size) return kMoreData;
     std::memcpy(name, found.c_str(), found.size() + 1);
     return kSuccess;
@@ -497,16 +630,14 @@ int32_t SqliteStore::EnumValue(HKey key, uint32_t index, char* name, uint32_t* n
     if (int32_t rc = Begin(key, false, false, &c); rc != kSuccess) return rc;
     if (!name || !name_size || (data && !data_size)) return kInvalidParameter;
     if (!c.db) return kNoMoreItems;
-    Stmt q(c.db,
-           "SELECT name, type, data FROM reg_value WHERE key = ? ORDER BY id LIMIT 1 OFFSET ?");
-    q.Bind(1, c.target.id).Bind(2, index);
-    if (!q.Step()) return kNoMoreItems;
-    std::string found = q.Blob(0);
-    if (found.size() + 1 > *name_size) return kMoreData;
-    std::memcpy(name, found.c_str(), found.size() + 1);
-    *name_size = static_cast<uint32_t>(found.size());
-    if (type) *type = static_cast<uint32_t>(q.Int(1));
-    return CopyOut(q.Blob(2), data, data_size);
+    const Listing& values = ListOf(c, false);
+    if (index >= values.rows.size()) return kNoMoreItems;
+    const Listing::Row& row = values.rows[index];
+    if (row.name.size() + 1 > *name_size) return kMoreData;
+    std::memcpy(name, row.name.c_str(), row.name.size() + 1);
+    *name_size = static_cast<uint32_t>(row.name.size());
+    if (type) *type = row.type;
+    return CopyOut(row.data, data, data_size);
   });
 }
 
@@ -530,6 +661,33 @@ int32_t SqliteStore::DeleteTree(HKey key, std::string_view path) {
     c.session->Commit();
     return kSuccess;
   });
+}
+
+int32_t SqliteStore::BeginBatch() {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (batch_) return kBusy;
+  batch_ = true;
+  batch_roots_.clear();
+  return kSuccess;
+}
+
+int32_t SqliteStore::EndBatch(bool commit) {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (!batch_) return kInvalidParameter;
+  int32_t result = kSuccess;
+  for (int root : batch_roots_) {
+    sqlite3* db = connections_[root];
+    int rc = SQLITE_OK;
+    if (commit && result == kSuccess) rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    if (!commit || result != kSuccess || rc != SQLITE_OK) {
+      if (rc != SQLITE_OK) result = CodeOf(rc);
+      sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+  }
+  batch_ = false;
+  batch_roots_.clear();
+  ForgetListings();  // a rolled-back batch leaves no trace in the data version
+  return result;
 }
 
 std::string_view RootName(HKey root) {

@@ -11,7 +11,8 @@
 // is readable by its owner only. A root whose file cannot be created or
 // written gives kAccessDenied for changes and stays readable.
 //
-// Every call runs in one SQLite transaction (changes take the write lock at
+// Every call runs in one SQLite transaction (or, inside a batch, in one
+// savepoint of the batch's transaction) (changes take the write lock at
 // once), so a crash or a kill never leaves a change half done, and several
 // processes may use the same files at the same time: a writer waits for the
 // other's transaction to end. A damaged file gives kBadDb.
@@ -23,7 +24,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "qorsupport/registry/store.h"
 
@@ -61,6 +64,11 @@ class SqliteStore : public RegistryStore {
   int32_t EnumValue(HKey key, uint32_t index, char* name, uint32_t* name_size, uint32_t* type,
                     uint8_t* data, uint32_t* data_size) override;
   int32_t DeleteTree(HKey key, std::string_view path) override;
+  // A batch keeps one write transaction open on each root file it touches
+  // and commits them one after another at its end (with the durable commit
+  // of each file); a batch over several roots is all or nothing per root.
+  int32_t BeginBatch() override;
+  int32_t EndBatch(bool commit) override;
 
  private:
   class Session;
@@ -78,11 +86,37 @@ class SqliteStore : public RegistryStore {
   sqlite3* Connection(int root, bool create, int32_t* error);
   HKey NewHandle(const Target& target);
 
+  // The subkeys (name order) or values (creation order) of a call's key,
+  // read once and kept while the file stays the same, so that enumerating
+  // a key by index does not read it again for every index.
+  struct Listing {
+    struct Row {
+      std::string name;
+      uint32_t type = 0;
+      std::string data;
+    };
+    sqlite3* db = nullptr;
+    int root = -1;
+    int64_t key = 0;
+    unsigned int version = 0;
+    int64_t changes = -1;
+    std::vector<Row> rows;
+  };
+  const Listing& ListOf(const Call& c, bool keys);
+  void ForgetListings() {
+    key_listing_ = Listing{};
+    value_listing_ = Listing{};
+  }
+
   Locations locations_;
   std::mutex mu_;
   std::map<int, sqlite3*> connections_;
   std::map<HKey, Target> handles_;
   HKey next_handle_ = 0x100;
+  bool batch_ = false;
+  std::set<int> batch_roots_;  // the roots whose transaction the batch holds
+  Listing key_listing_;
+  Listing value_listing_;
 };
 
 }  // namespace qor::registry

@@ -201,5 +201,38 @@ TEST_F(StoreTest, ConcurrentProcessesLoseNoChange) {
   EXPECT_EQ(total, 2u * kEach);
 }
 
+// A batch: one transaction per root, every call inside atomic on its own,
+// a rollback undoes it all, and what another store (process) sees of it
+// is nothing before the commit.
+TEST_F(StoreTest, BatchIsAllOrNothingAndEachCallInsideStaysAtomic) {
+  HKey h = Create("B");
+  SetString(h, "Before", "1");
+  {
+    StoreBatch batch(store_);
+    ASSERT_EQ(batch.begun(), kSuccess);
+    EXPECT_EQ(store_.BeginBatch(), kBusy);  // no nesting
+    SetString(h, "In", "2");
+    HKey sub = Create("B\\Sub");
+    EXPECT_EQ(store_.DeleteValue(h, "None"), kFileNotFound);  // undoes only itself
+    EXPECT_EQ(Values(h), (std::vector<std::string>{"Before", "In"}));
+    EXPECT_EQ(Subkeys(h), (std::vector<std::string>{"Sub"}));
+    store_.CloseKey(sub);
+  }  // rolled back
+  EXPECT_EQ(Values(h), (std::vector<std::string>{"Before"}));
+  EXPECT_TRUE(Subkeys(h).empty());
+
+  StoreBatch batch(store_);
+  SetString(h, "Kept", "3");
+  SqliteStore other(Here());
+  HKey seen = 0;
+  ASSERT_EQ(other.OpenKey(kCurrentUser, "B", &seen), kSuccess);
+  uint32_t size = 0;
+  EXPECT_EQ(other.QueryValue(seen, "Kept", nullptr, nullptr, &size), kFileNotFound);
+  ASSERT_EQ(batch.Commit(), kSuccess);
+  EXPECT_EQ(other.QueryValue(seen, "Kept", nullptr, nullptr, &size), kSuccess);
+  other.CloseKey(seen);
+  store_.CloseKey(h);
+}
+
 }  // namespace
 }  // namespace qor::registry

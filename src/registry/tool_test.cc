@@ -1,22 +1,10 @@
-// qorWinAPIReg as other programs use it: through `qor automation`, and
-// through `qor reg import` killed in the middle of its work.
+// qorWinAPIReg as other programs use it: through `qor automation`.
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
-#include <thread>
 
 #include "registry/registry_test_fixture.h"
-
-extern char** environ;
 
 namespace qor::registry {
 namespace {
@@ -63,83 +51,24 @@ TEST_F(Tool, AutomationHostCallsTheRegistryClass) {
   EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "Software\\Acme", "Name"), Variant("Main"));
 }
 
-// Starts `qor reg import file` with the test's environment.
-pid_t StartImport(const std::string& file) {
+// qor ini reads whole values and lists, not IniRead's 254 characters, and
+// writes no line break.
+TEST_F(Tool, IniToolReadsWholeValuesAndListsAndRefusesLineBreaks) {
+  qor::testing::ScopedEnv ini_dir("QOR_INI_DIR", dir_.path().c_str());
   std::string qor = qor::testing::QorBinary();
-  std::vector<char*> argv = {qor.data(), const_cast<char*>("reg"), const_cast<char*>("import"),
-                             const_cast<char*>(file.c_str()), nullptr};
-  pid_t pid = -1;
-  posix_spawn(&pid, qor.c_str(), nullptr, nullptr, argv.data(), environ);
-  return pid;
-}
-
-int64_t Count(sqlite3* db, const char* sql) {
-  sqlite3_stmt* stmt = nullptr;
-  sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
-  int64_t n = sqlite3_step(stmt) == SQLITE_ROW ? sqlite3_column_int64(stmt, 0) : -1;
-  sqlite3_finalize(stmt);
-  return n;
-}
-
-// The import is killed while it writes; the store is intact, what was
-// applied is a prefix of the file, and the import runs again to the end.
-TEST_F(Tool, KillDuringImportLeavesTheStoreIntact) {
-  reg_->RegistrySaveValueString(kCurrentUser, "Before", "Kept", "yes");
-  constexpr int kKeys = 400;
-  constexpr int kValues = 4;
-  std::string file = dir_.File("big.txt");
-  {
-    std::ofstream out(file, std::ios::binary);
-    for (int k = 0; k < kKeys; ++k) {
-      out << "[HKEY_CURRENT_USER]Imported\\K" << k << "\r\n";
-      for (int v = 0; v < kValues; ++v) out << "V" << v << "=DWORD:" << k << "\r\n";
-    }
+  std::string value(1000, 'v');
+  ASSERT_EQ(qor::testing::RunProgram({qor, "ini", "set", "t.ini", "S", "K", value}, "").status, 0);
+  std::string names;
+  for (int i = 0; i < 60; ++i) {
+    std::string key = "Key" + std::to_string(i);
+    ASSERT_TRUE(reg_->IniWrite("t.ini", "S", key, Variant("1")));
+    names += key + "\n";
   }
-  pid_t pid = StartImport(file);
-  ASSERT_GT(pid, 0);
-  // Kill it once it has made some progress.
-  for (int i = 0; i < 2000 && !reg_->RegistryCheckKey(kCurrentUser, "Imported\\K20"); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  ::kill(pid, SIGKILL);
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  ASSERT_TRUE(WIFSIGNALED(status)) << "the import finished before it could be killed";
-
-  sqlite3* db = nullptr;
-  ASSERT_EQ(sqlite3_open((dir_.path() / "HKEY_CURRENT_USER.db").c_str(), &db), SQLITE_OK);
-  sqlite3_stmt* check = nullptr;
-  sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &check, nullptr);
-  ASSERT_EQ(sqlite3_step(check), SQLITE_ROW);
-  EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok");
-  sqlite3_finalize(check);
-  int64_t values = Count(db, "SELECT count(*) FROM reg_value");
-  sqlite3_close(db);
-  EXPECT_GT(values, 20);
-  EXPECT_LT(values, 1 + kKeys * kValues);
-
-  // Applied in file order: every key before the last one is complete.
-  EXPECT_EQ(reg_->RegistryGetValueString(kCurrentUser, "Before", "Kept"), Variant("yes"));
-  bool gap = false;
-  for (int k = 0; k < kKeys; ++k) {
-    std::string key = "Imported\\K" + std::to_string(k);
-    int present = 0;
-    for (int v = 0; v < kValues; ++v) {
-      present += reg_->RegistryGetValueLong(kCurrentUser, key, "V" + std::to_string(v), -1) != -1;
-    }
-    bool exists = reg_->RegistryCheckKey(kCurrentUser, key);
-    if (gap) {
-      ASSERT_FALSE(exists) << key;
-    } else if (present < kValues) {
-      gap = true;
-    }
-  }
-  EXPECT_TRUE(gap);
-
-  pid = StartImport(file);
-  ::waitpid(pid, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  EXPECT_EQ(reg_->RegistryGetValueLong(kCurrentUser, "Imported\\K399", "V3", -1), 0x399);
+  EXPECT_EQ(qor::testing::RunProgram({qor, "ini", "get", "t.ini", "S", "K"}, "").out, value + "\n");
+  EXPECT_EQ(qor::testing::RunProgram({qor, "ini", "get", "t.ini", "S", ""}, "").out, "K\n" + names);
+  auto bad = qor::testing::RunProgram({qor, "ini", "set", "t.ini", "S", "K2", "a\nb"}, "");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_NE(bad.err.find("error 5"), std::string::npos);
 }
 
 }  // namespace

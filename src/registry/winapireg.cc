@@ -77,45 +77,32 @@ bool qorWinAPIReg::RegistryDeleteKey(int32_t pKey, const std::string& pKeyPath, 
 }
 
 int32_t qorWinAPIReg::EnumValueAt(HKey key, uint32_t index, std::string* name, uint32_t* type,
-                                  std::string* data) {
-  std::string name_buffer(kNameBuffer, '\0');
+                                  std::string* data, bool whole) {
+  uint32_t name_buffer_size = whole ? registry::kMaxValueNameLength + 1 : kNameBuffer;
+  std::string name_buffer(name_buffer_size, '\0');
   data->assign(kDataBuffer, '\0');
-  uint32_t name_size = kNameBuffer;
-  uint32_t data_size = kDataBuffer;
-  int32_t rc = store_->EnumValue(key, index, name_buffer.data(), &name_size, type,
-                                 reinterpret_cast<uint8_t*>(data->data()), &data_size);
-  if (rc != registry::kSuccess) return rc;
-  *name = CutAtNul(name_buffer);
-  data->resize(data_size);
-  return rc;
+  for (;;) {
+    uint32_t name_size = name_buffer_size;
+    uint32_t data_size = static_cast<uint32_t>(data->size());
+    int32_t rc = store_->EnumValue(key, index, name_buffer.data(), &name_size, type,
+                                   reinterpret_cast<uint8_t*>(data->data()), &data_size);
+    if (whole && rc == registry::kMoreData && data_size > data->size()) {
+      data->assign(data_size, '\0');
+      continue;
+    }
+    if (rc != registry::kSuccess) return rc;
+    *name = CutAtNul(name_buffer);
+    data->resize(data_size);
+    return rc;
+  }
 }
 
-int32_t qorWinAPIReg::EnumKeyAt(HKey key, uint32_t index, std::string* name) {
-  std::string buffer(kKeyBuffer, ' ');
-  int32_t rc = store_->EnumKey(key, index, buffer.data(), kKeyBuffer);
+int32_t qorWinAPIReg::EnumKeyAt(HKey key, uint32_t index, std::string* name, bool whole) {
+  uint32_t size = whole ? registry::kMaxKeyNameLength + 1 : kKeyBuffer;
+  std::string buffer(size, ' ');
+  int32_t rc = store_->EnumKey(key, index, buffer.data(), size);
   if (rc == registry::kSuccess) *name = CutAtNul(buffer);
   return rc;
-}
-
-bool qorWinAPIReg::RereadValue(HKey key, const std::string& name, uint32_t type, std::string* data,
-                               const Reporter& rep) {
-  bool dword = type == registry::kRegDword;
-  std::string kind = dword ? "DWORD" : "BINARY";
-  std::string shown = registry::FromCodePage(name);
-  uint32_t read_type = type;
-  uint32_t length = dword ? 4 : kDataBuffer;
-  data->assign(length, '\0');
-  if (store_->QueryValue(key, name, &read_type, reinterpret_cast<uint8_t*>(data->data()),
-                         &length) != registry::kSuccess) {
-    rep.Fail("Error reading " + kind + " value " + shown);
-    return false;
-  }
-  if (read_type != type) {
-    rep.Fail(kind + " value type mis-match on " + shown);
-    return false;
-  }
-  data->resize(length);
-  return true;
 }
 
 bool qorWinAPIReg::RegistryDeleteValue(int32_t pKey, const std::string& pKeyPath,

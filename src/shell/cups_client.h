@@ -1,6 +1,9 @@
 // The print system on Linux: CUPS destinations, the user's default
 // destination and print jobs, through libcups.
 //
+// libcups.so.2 is loaded (dlopen) on the first call, so a program that never
+// prints loads no printing library; without it every call finds no server.
+//
 // The server is the one CUPS_SERVER (or the client.conf files) names at the
 // time of each call. Every call opens its own connection with a bounded
 // connect and reply time, so a server that is not running or not answering

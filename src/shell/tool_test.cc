@@ -116,5 +116,18 @@ TEST_F(ShellTool, PrintAndOpenCommandsHandDocumentsOver) {
   EXPECT_EQ(Qor({"open"}).status, 2);
 }
 
+// libcups is loaded by the first printer call only: help and an INI read
+// load no printing library, `qor printers` does.
+TEST_F(ShellTool, OnlyPrinterCallsLoadTheCupsLibrary) {
+  auto loads_cups = [&](const std::vector<std::string>& args) {
+    std::vector<std::string> argv = {"env", "LD_DEBUG=libs", testing::QorBinary()};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return testing::RunProgram(argv, "").err.find("libcups.so") != std::string::npos;
+  };
+  EXPECT_FALSE(loads_cups({"--help"}));
+  EXPECT_FALSE(loads_cups({"ini", "get", server_.folder() + "/none.ini", "S", "K"}));
+  EXPECT_TRUE(loads_cups({"printers"}));
+}
+
 }  // namespace
 }  // namespace qor

@@ -10,6 +10,7 @@
 #include "qorsupport/frame/vb.h"
 #include "qorsupport/registry/winapireg.h"
 #include "registry/codepage.h"
+#include "registry/profile.h"
 
 namespace qor::tool {
 namespace {
@@ -50,6 +51,15 @@ bool ParseKey(const std::string& text, KeyArg* key) {
 }
 
 int Done(bool ok) { return ok ? 0 : 1; }
+
+// Prints why the last INI call could not read or write its file; false when
+// it could.
+bool ReportFileError(const char* command) {
+  const registry::FileError& e = registry::LastProfileError();
+  if (!e) return false;
+  std::fprintf(stderr, "qor %s: error %d: %s\n", command, e.number, e.description.c_str());
+  return true;
+}
 
 int ListKey(qorWinAPIReg& reg, const KeyArg& key) {
   Variant names = Array(VarType::kString, {{0, -1}});
@@ -115,25 +125,47 @@ int RunRegistry(const std::vector<std::string>& args) {
 
 int RunIni(const std::vector<std::string>& args) {
   const Command& me = Named("ini");
-  qorWinAPIReg reg;
   if (args.size() == 4 && args[0] == "get") {
-    Variant v = reg.IniRead(args[1], args[2], args[3]);
-    if (v.IsNull()) return 1;
-    // The buffer as IniRead returns it, cut at the first NUL; a list (with
-    // a blank section or key) one name a line.
-    std::string text = v.AsString();
-    bool list = IsBlank(Variant(args[2]), true) || IsBlank(Variant(args[3]), true);
-    size_t end = list ? text.find(std::string("\0\0", 2)) : text.find('\0');
-    text = text.substr(0, end);
+    // The whole value or list, not IniRead's 254 characters: the profile
+    // call with a buffer that grows until the result fits.
+    constexpr std::string_view kMissing = "!!ERROR!!";
+    std::string section = registry::ToCodePage(args[2]);
+    std::string key = registry::ToCodePage(args[3]);
+    registry::OptText section_arg, key_arg;
+    if (!IsBlank(Variant(args[2]), true)) {
+      section_arg = section;
+      if (!IsBlank(Variant(args[3]), true)) key_arg = key;
+    }
+    std::string text;
+    for (uint32_t size = 4096;; size *= 2) {
+      text.assign(size, '\0');
+      uint32_t n = registry::GetPrivateProfileString(section_arg, key_arg, kMissing, text.data(),
+                                                     size, args[1]);
+      if (n + 2 < size || size > registry::kMaxTextFileSize) {
+        text.resize(n);
+        break;
+      }
+    }
+    if (ReportFileError("ini")) return 1;
+    if (!text.empty() && text.back() == '\0') text.pop_back();
     for (char& c : text) {
       if (c == '\0') c = '\n';
     }
-    std::printf("%s\n", text.c_str());
-    return text == "!!ERROR!!" ? 1 : 0;
+    std::printf("%s\n", registry::FromCodePage(text).c_str());
+    return text == kMissing ? 1 : 0;
   }
   if ((args.size() == 4 || args.size() == 5) && args[0] == "set") {
+    for (size_t i = 2; i < args.size(); ++i) {
+      if (args[i].find_first_of("\r\n") != std::string::npos) {
+        std::fprintf(stderr, "qor ini: error 5: a section, key or value cannot hold CR or LF\n");
+        return 1;
+      }
+    }
+    qorWinAPIReg reg;
     Variant value = args.size() == 5 ? Variant(args[4]) : Variant("");
-    return Done(reg.IniWrite(args[1], args[2], args[3], value));
+    bool ok = reg.IniWrite(args[1], args[2], args[3], value);
+    if (ReportFileError("ini")) return 1;
+    return Done(ok);
   }
   return UsageError(me, "expected get FILE SECTION KEY or set FILE SECTION KEY [VALUE]");
 }

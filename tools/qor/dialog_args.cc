@@ -1,12 +1,10 @@
 #include "dialog_args.h"
 
+#include <dlfcn.h>
+
 #include <cstring>
 
 #include "qorsupport/dialogs/forms.h"
-
-#ifdef QOR_HAVE_QT
-#include "qorsupport/ui/qt/qt_backend.h"
-#endif
 
 namespace qor::tool {
 
@@ -55,8 +53,11 @@ bool ParseDialogArgs(const char* command, const std::vector<std::string>& args,
 }
 
 void RegisterUiBackends() {
-#ifdef QOR_HAVE_QT
-  ui::RegisterQtBackend();
+#ifdef QOR_QT_LIBRARY
+  // The Qt backend's library registers its maker "qt" when it is loaded;
+  // without it the dialogs stay headless, as without a display.
+  static void* const qt = ::dlopen(QOR_QT_LIBRARY, RTLD_NOW | RTLD_GLOBAL);
+  (void)qt;
 #endif
 }
 

@@ -33,7 +33,8 @@ bool ParseDialogArgs(const char* command, const std::vector<std::string>& args,
 // The command's entry, for usage errors.
 const Command& CommandNamed(const char* name);
 
-// Makes the linked-in user interfaces selectable (the Qt backend).
+// Makes the user interfaces beside the headless one selectable: loads the
+// Qt backend's library (once), which registers its maker.
 void RegisterUiBackends();
 
 }  // namespace qor::tool

@@ -23,7 +23,6 @@ void PrintHelp() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  qor::tool::RegisterUiBackends();
   if (argc < 2 || !std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help")) {
     PrintHelp();
     return argc < 2 ? 2 : 0;
@@ -32,6 +31,8 @@ int main(int argc, char** argv) {
     std::printf("qor %s\n", QORSUPPORT_VERSION);
     return 0;
   }
+  // Help and version show no dialog and load no user interface.
+  qor::tool::RegisterUiBackends();
   for (const auto& command : qor::tool::Commands()) {
     if (command.name == std::string(argv[1])) {
       std::vector<std::string> args(argv + 2, argv + argc);

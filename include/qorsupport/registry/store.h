@@ -55,6 +55,7 @@ inline constexpr int32_t kInvalidHandle = 6;
 inline constexpr int32_t kOutOfMemory = 14;
 inline constexpr int32_t kInvalidParameter = 87;
 inline constexpr int32_t kBadPathname = 161;
+inline constexpr int32_t kBusy = 170;
 inline constexpr int32_t kMoreData = 234;
 inline constexpr int32_t kNoMoreItems = 259;
 inline constexpr int32_t kBadDb = 1009;
@@ -102,6 +103,39 @@ class RegistryStore {
                             uint32_t* type, uint8_t* data, uint32_t* data_size) = 0;
   // Deletes a key with its whole subtree in one change.
   virtual int32_t DeleteTree(HKey key, std::string_view path) = 0;
+
+  // Groups the calls that follow, up to EndBatch, into one transaction per
+  // root: EndBatch(true) makes every change durable at once, EndBatch(false)
+  // (or a failed commit) leaves the store as it was at BeginBatch. Each call
+  // inside stays atomic on its own: a failing call undoes only itself.
+  // Batches do not nest (kBusy for a second BeginBatch); the calls of every
+  // thread on this store join the open batch.
+  virtual int32_t BeginBatch() = 0;
+  virtual int32_t EndBatch(bool commit) = 0;
+};
+
+// A batch that ends with the object: committed by Commit, else rolled back.
+class StoreBatch {
+ public:
+  explicit StoreBatch(RegistryStore& store) : store_(store), begun_(store.BeginBatch()) {}
+  ~StoreBatch() {
+    if (begun_ == kSuccess && !ended_) store_.EndBatch(false);
+  }
+  StoreBatch(const StoreBatch&) = delete;
+  StoreBatch& operator=(const StoreBatch&) = delete;
+  // The result of BeginBatch.
+  int32_t begun() const { return begun_; }
+  // Makes the changes durable; 0 or the platform code of the failed commit
+  // (the changes are then gone).
+  int32_t Commit() {
+    ended_ = true;
+    return begun_ == kSuccess ? store_.EndBatch(true) : begun_;
+  }
+
+ private:
+  RegistryStore& store_;
+  int32_t begun_;
+  bool ended_ = false;
 };
 
 // Closes a handle when it goes (0: nothing to close).

@@ -24,6 +24,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "qorsupport/frame/variant.h"
 #include "qorsupport/registry/store.h"
@@ -76,13 +77,23 @@ class qorWinAPIReg : public Object {
   std::string RegErrorMsg(int32_t pErrorCode);
 
   // ---- Export file --------------------------------------------------------
+  // Writes the key's subtree with every value whole; a name or value the
+  // format cannot carry as it is (an empty name, a CR or LF, a line that
+  // reads back as another kind, a REG_EXPAND_SZ) is left out, named in the
+  // report, and gives False. The file is written in one piece.
   bool RegistryWriteKeyToFile(const Variant& pSrcKey, const Variant& pSrcPath,
                               const Variant& pFilePath, bool pAppendMode = false,
                               bool Verbose = false);
-  // Applies the file; raises error 9999 for every failure.
+
+  // Applies the file in one batch of the store: all or nothing, with one
+  // durable commit. Raises error 9999 for every failure of the content, and
+  // the file's own errors (54 for a FIFO, device or folder, 7
+  // past 64 MB or a line of 1 MB, 53 for a missing file).
   bool RegistryReadKeyFromFile(const Variant& pFilePath, bool Verbose = false);
 
   // ---- Cloning and listing ------------------------------------------------
+  // Copies the subtree with every value whole, in one batch of the store:
+  // a failure or a kill leaves the destination as it was.
   bool RegistryCloneKey(int32_t pSrcKey, const std::string& pSrcPath, int32_t pDestKey,
                         const std::string& pDestPath, bool pCreateIfRequired = false,
                         bool Verbose = false);
@@ -107,15 +118,18 @@ class qorWinAPIReg : public Object {
  private:
   // One entry of an enumeration into the fixed platform buffers (names of
   // 2000 characters, data of 2000 bytes, subkey names of 255), the name cut
-  // at its first NUL; 0 or the platform's code.
+  // at its first NUL; 0 or the platform's code. With whole, the buffers
+  // grow to hold every name and value the store can hold (the export file
+  // and the clone carry them all).
   int32_t EnumValueAt(registry::HKey key, uint32_t index, std::string* name, uint32_t* type,
-                      std::string* data);
-  int32_t EnumKeyAt(registry::HKey key, uint32_t index, std::string* name);
-  // Reads a DWORD or binary value again, checking that its type is still
-  // the one enumerated; reports and gives false on a failure.
-  bool RereadValue(registry::HKey key, const std::string& name, uint32_t type, std::string* data,
-                   const Reporter& rep);
-  bool WriteSubtree(int32_t root, const std::string& path, const std::string& file, bool verbose);
+                      std::string* data, bool whole = false);
+  int32_t EnumKeyAt(registry::HKey key, uint32_t index, std::string* name, bool whole = false);
+  // Appends the subtree's lines to *out; the values the export file cannot
+  // carry are left out and named in *left_out.
+  bool WriteSubtree(int32_t root, const std::string& path, std::string* out,
+                    std::vector<std::string>* left_out, const Reporter& rep);
+  bool CloneSubtree(int32_t pSrcKey, const std::string& pSrcPath, int32_t pDestKey,
+                    const std::string& pDestPath, bool pCreateIfRequired, const Reporter& rep);
   bool OpenOrCreate(int32_t pKey, const std::string& pKeyPath, registry::HKey* handle);
 
   std::shared_ptr<registry::RegistryStore> store_;
