@@ -1,5 +1,6 @@
 #include "qorsupport/db/engine/dao.h"
 
+#include <cctype>
 #include <mutex>
 #include <utility>
 
@@ -206,7 +207,19 @@ void Fail(int32_t number, std::vector<std::string> args, std::string_view where)
 }
 
 bool SameName(std::string_view a, std::string_view b) {
-  return vb::StrComp(a, b, vb::CompareMode::kText) == 0;
+  // Names are nearly always ASCII: compare those without decoding them.
+  bool ascii = true;
+  for (unsigned char c : a) ascii = ascii && c < 0x80;
+  for (unsigned char c : b) ascii = ascii && c < 0x80;
+  if (!ascii) return vb::StrComp(a, b, vb::CompareMode::kText) == 0;
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (std::tolower(static_cast<unsigned char>(a[i])) !=
+        std::tolower(static_cast<unsigned char>(b[i]))) {
+      return false;
+    }
+  }
+  return true;
 }
 
 void CheckName(std::string_view name) {

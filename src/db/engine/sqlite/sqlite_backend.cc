@@ -64,6 +64,48 @@ int TypeFromDeclared(std::string_view declared) {
 
 }  // namespace
 
+namespace {
+
+bool IsCatalogTable(const char* name) {
+  return name != nullptr && sqlite3_strnicmp(name, "MSys", 4) == 0;
+}
+
+// SQLite's authorizer while user SQL is prepared: the catalog is read-only
+// to it. The catalog's own triggers (trigger is set) keep their writes.
+int GuardCatalog(void* active, int action, const char* a, const char* b, const char* /*db*/,
+                 const char* trigger) {
+  if (!*static_cast<bool*>(active) || trigger != nullptr) return SQLITE_OK;
+  switch (action) {
+    case SQLITE_INSERT:
+    case SQLITE_UPDATE:
+    case SQLITE_DELETE:
+    case SQLITE_DROP_TABLE:
+      return IsCatalogTable(a) ? SQLITE_DENY : SQLITE_OK;
+    case SQLITE_ALTER_TABLE:
+    case SQLITE_CREATE_INDEX:
+    case SQLITE_DROP_INDEX:
+    case SQLITE_CREATE_TRIGGER:
+    case SQLITE_DROP_TRIGGER:
+      return IsCatalogTable(b) ? SQLITE_DENY : SQLITE_OK;
+    default:
+      return SQLITE_OK;
+  }
+}
+
+// Marks the statements prepared and run in its lifetime as the user's.
+class UserSql {
+ public:
+  explicit UserSql(bool* flag) : flag_(flag) { *flag_ = true; }
+  ~UserSql() { *flag_ = false; }
+  UserSql(const UserSql&) = delete;
+  UserSql& operator=(const UserSql&) = delete;
+
+ private:
+  bool* flag_;
+};
+
+}  // namespace
+
 // ---- Opening ---------------------------------------------------------------------
 
 SqliteBackend::SqliteBackend(std::string path, std::unique_ptr<Db> db, bool read_only)
@@ -83,6 +125,7 @@ std::unique_ptr<SqliteBackend> SqliteBackend::Open(const OpenRequest& request) {
     Fail(e::kFileNotFound, {path});
   }
   if (S_ISDIR(st.st_mode)) Fail(e::kInvalidPath, {path});
+  if (!S_ISREG(st.st_mode)) Fail(e::kUnrecognizedFormat, {path});  // a FIFO would block
   if (::access(path.c_str(), R_OK) != 0) Fail(e::kNoPermission, {path});
   {
     std::ifstream in(path, std::ios::binary);
@@ -160,6 +203,7 @@ void SqliteBackend::Prepare(bool create) {
   sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
   sqlite3_busy_timeout(db_->raw(), 0);
+  sqlite3_set_authorizer(db_->raw(), GuardCatalog, &user_sql_);
   // Validate the file before anything else touches it.
   db_->Exec("SELECT count(*) FROM sqlite_schema");
   if (create) {
@@ -390,10 +434,34 @@ std::vector<TableInfo> SqliteBackend::ReadTables() {
   return tables;
 }
 
+uint32_t SqliteBackend::DataVersion() {
+  unsigned int version = 0;
+  sqlite3_file_control(db_->raw(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  return version;
+}
+
+bool SqliteBackend::CatalogCurrent(bool after_statement) {
+  if (!cache_valid_) return false;
+  if (after_statement && seen_valid_ && DataVersion() == seen_data_version_) return true;
+  if (CatalogVersion() != cached_version_) return false;
+  seen_data_version_ = DataVersion();
+  seen_valid_ = true;
+  return true;
+}
+
 const TableInfo& SqliteBackend::Table(std::string_view name) {
   if (!cache_valid_ || CatalogVersion() != cached_version_) ReadTables();
+  seen_data_version_ = DataVersion();
+  seen_valid_ = true;
   auto it = table_cache_.find(Upper(name));
   if (it == table_cache_.end()) Fail(e::kInputTableNotFound, {std::string(name)});
+  return it->second;
+}
+
+const TableInfo& SqliteBackend::TableFromCache(std::string_view name) {
+  if (!cache_valid_ || !seen_valid_ || DataVersion() != seen_data_version_) return Table(name);
+  auto it = table_cache_.find(Upper(name));
+  if (it == table_cache_.end()) return Table(name);
   return it->second;
 }
 
@@ -438,6 +506,10 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
     text = st.sql;
   }
   CheckWritable();
+  // Inside a transaction the statement's changes (DDL too) leave the data
+  // version alone until the commit: the next lookup compares versions.
+  seen_valid_ = false;
+  UserSql user(&user_sql_);
   auto stmt = db_->PrepareOnce(text);
   stmt->Run();
   return db_->Changes();
@@ -445,7 +517,7 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
 
 std::unique_ptr<Cursor> SqliteBackend::OpenTable(std::string_view table, int type,
                                                  int32_t options) {
-  const TableInfo& info = Table(table);
+  const TableInfo& info = TableFromCache(table);
   bool writable =
       !read_only_ && type != kOpenSnapshot && type != kOpenForwardOnly && !(options & kReadOnly);
   if (locks_ && !locks_->TableFree(info.name, false)) {
@@ -464,6 +536,7 @@ std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type,
   }
   bool writable =
       !read_only_ && type == kOpenDynaset && !(options & kReadOnly) && !st.single_table.empty();
+  UserSql user(&user_sql_);
   return MakeQueryCursor(this, st.sql, writable ? st.single_table : "");
 }
 

@@ -91,6 +91,16 @@ class SqliteBackend : public Backend {
   LockFile* locks() { return locks_.get(); }
   // The table's description from the catalog; raises 3078 when it has none.
   const TableInfo& Table(std::string_view name);
+  // The same without a look at the file when nothing was committed to it
+  // (by any connection) since this connection's last transaction began. The
+  // description may be stale then: whoever uses it must call
+  // CatalogCurrent() while its next statement on the file is running.
+  const TableInfo& TableFromCache(std::string_view name);
+  // Whether the catalog is still the one the cached descriptions were read
+  // from. Cheap (no statement) unless something was committed since; call
+  // it while a statement is active or right after it ran, so that it sees
+  // what that statement saw; after_statement false reads the version anew.
+  bool CatalogCurrent(bool after_statement = true);
   void CheckWritable() const;
 
  private:
@@ -111,7 +121,15 @@ class SqliteBackend : public Backend {
   std::unique_ptr<LockFile> locks_;
   bool read_only_;
   bool in_transaction_ = false;
-  int64_t cached_version_ = -1;                   // the catalog version table_cache_ was read at
+  bool user_sql_ = false;  // the user's SQL is being prepared or run: the catalog is read-only
+  // SQLite's data version of the file as of this connection's last
+  // transaction (it changes with every commit by any connection);
+  // seen_data_version_ is its value when the catalog version was last found
+  // equal to cached_version_.
+  uint32_t DataVersion();
+  int64_t cached_version_ = -1;  // the catalog version table_cache_ was read at
+  uint32_t seen_data_version_ = 0;
+  bool seen_valid_ = false;                       // seen_data_version_ holds; false after Execute
   std::map<std::string, TableInfo> table_cache_;  // by upper-case name
   bool cache_valid_ = false;
 };

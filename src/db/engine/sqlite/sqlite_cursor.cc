@@ -137,9 +137,7 @@ class TableCursor : public Cursor {
         fields_(table.fields),
         writer_(backend, table.name),
         writable_(writable) {
-    select_ = "SELECT rowid";
-    for (const FieldInfo& f : fields_) select_ += ", " + QuoteName(f.name);
-    select_ += " FROM " + QuoteName(table.name);
+    MakeSelect();
     if (backend_->locks() && (options & (kDenyRead | kDenyWrite))) {
       if (!backend_->locks()->LockTable(table.name, (options & kDenyRead) != 0)) {
         Fail(e::kTableLockedByUser, {table.name, "Admin", HostName()});
@@ -152,7 +150,11 @@ class TableCursor : public Cursor {
     if (table_locked_) backend_->locks()->UnlockTable(writer_.table());
   }
 
-  const std::vector<FieldInfo>& fields() const override { return fields_; }
+  const std::vector<FieldInfo>& fields() const override {
+    // No statement runs here to see the newest catalog with.
+    if (!verified_) const_cast<TableCursor*>(this)->Verify(false);
+    return fields_;
+  }
   bool updatable() const override { return writable_; }
 
   bool First() override { return Load(" ORDER BY rowid LIMIT 1", false); }
@@ -257,8 +259,40 @@ class TableCursor : public Cursor {
     if (!writable_) Fail(e::kReadOnly);
   }
 
+  void MakeSelect() {
+    select_ = "SELECT rowid";
+    for (const FieldInfo& f : fields_) select_ += ", " + QuoteName(f.name);
+    select_ += " FROM " + QuoteName(writer_.table());
+  }
+
+  // The cursor opens with the backend's cached description of its table
+  // (see SqliteBackend::TableFromCache). Its first statement confirms it,
+  // else the cursor takes the newest one. Returns whether it changed.
+  bool Verify(bool after_statement) {
+    verified_ = true;
+    if (backend_->CatalogCurrent(after_statement)) return false;
+    fields_ = backend_->Table(writer_.table()).fields;
+    MakeSelect();
+    return true;
+  }
+
   bool Load(const std::string& suffix, bool bind_current,
             const std::vector<Variant>* literals = nullptr) {
+    if (verified_) return Fetch(suffix, bind_current, literals);
+    const int64_t position = current_;
+    bool found = false;
+    try {
+      found = Fetch(suffix, bind_current, literals);
+    } catch (const Error&) {
+      if (!Verify(true)) throw;
+      return Fetch(suffix, bind_current, literals);
+    }
+    if (!Verify(true)) return found;
+    current_ = position;
+    return Fetch(suffix, bind_current, literals);
+  }
+
+  bool Fetch(const std::string& suffix, bool bind_current, const std::vector<Variant>* literals) {
     auto stmt = backend_->db().Prepare(select_ + suffix);
     if (bind_current) stmt->BindInt(1, current_);
     if (literals) BindLiterals(*stmt, *literals);
@@ -281,6 +315,7 @@ class TableCursor : public Cursor {
   bool writable_;
   std::string select_;
   CriteriaCache criteria_;
+  bool verified_ = false;  // fields_ confirmed against the file's catalog
   int64_t current_ = 0;
   bool has_row_ = false;
   bool deleted_ = false;

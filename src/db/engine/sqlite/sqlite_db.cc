@@ -326,6 +326,7 @@ void Db::RaiseFor(int rc, const std::string& message, sqlite3* /*db*/) {
     case SQLITE_FULL:
       Fail(e::kDiskFull);
     case SQLITE_READONLY:
+    case SQLITE_AUTH:  // a write to the catalog by the user's SQL
       Fail(e::kReadOnly);
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
