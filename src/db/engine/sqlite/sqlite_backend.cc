@@ -440,9 +440,9 @@ uint32_t SqliteBackend::DataVersion() {
   return version;
 }
 
-bool SqliteBackend::CatalogCurrent(bool after_statement) {
+bool SqliteBackend::CatalogCurrent() {
   if (!cache_valid_) return false;
-  if (after_statement && seen_valid_ && DataVersion() == seen_data_version_) return true;
+  if (seen_valid_ && DataVersion() == seen_data_version_) return true;
   if (CatalogVersion() != cached_version_) return false;
   seen_data_version_ = DataVersion();
   seen_valid_ = true;

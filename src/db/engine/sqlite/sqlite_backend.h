@@ -99,8 +99,8 @@ class SqliteBackend : public Backend {
   // Whether the catalog is still the one the cached descriptions were read
   // from. Cheap (no statement) unless something was committed since; call
   // it while a statement is active or right after it ran, so that it sees
-  // what that statement saw; after_statement false reads the version anew.
-  bool CatalogCurrent(bool after_statement = true);
+  // what that statement saw.
+  bool CatalogCurrent();
   void CheckWritable() const;
 
  private:

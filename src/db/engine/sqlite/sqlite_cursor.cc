@@ -151,8 +151,7 @@ class TableCursor : public Cursor {
   }
 
   const std::vector<FieldInfo>& fields() const override {
-    // No statement runs here to see the newest catalog with.
-    if (!verified_) const_cast<TableCursor*>(this)->Verify(false);
+    shown_ = true;  // from now on the recordset holds to these fields
     return fields_;
   }
   bool updatable() const override { return writable_; }
@@ -266,12 +265,23 @@ class TableCursor : public Cursor {
   }
 
   // The cursor opens with the backend's cached description of its table
-  // (see SqliteBackend::TableFromCache). Its first statement confirms it,
-  // else the cursor takes the newest one. Returns whether it changed.
-  bool Verify(bool after_statement) {
+  // (see SqliteBackend::TableFromCache); its first statement confirms it.
+  // When the catalog changed meanwhile, the cursor takes the newest
+  // description, unless its fields were shown already: the recordset is
+  // then one opened before the change, and its fields must all still be
+  // there as they were (else 3420). Returns whether to fetch again.
+  bool Verify() {
     verified_ = true;
-    if (backend_->CatalogCurrent(after_statement)) return false;
-    fields_ = backend_->Table(writer_.table()).fields;
+    if (backend_->CatalogCurrent()) return false;
+    const TableInfo& now = backend_->Table(writer_.table());
+    if (shown_) {
+      for (const FieldInfo& f : fields_) {
+        int i = FindByName(now.fields, f.name);
+        if (i < 0 || now.fields[static_cast<size_t>(i)].type != f.type) Fail(e::kObjectInvalid);
+      }
+      return false;
+    }
+    fields_ = now.fields;
     MakeSelect();
     return true;
   }
@@ -284,10 +294,10 @@ class TableCursor : public Cursor {
     try {
       found = Fetch(suffix, bind_current, literals);
     } catch (const Error&) {
-      if (!Verify(true)) throw;
+      if (!Verify()) throw;
       return Fetch(suffix, bind_current, literals);
     }
-    if (!Verify(true)) return found;
+    if (!Verify()) return found;
     current_ = position;
     return Fetch(suffix, bind_current, literals);
   }
@@ -315,7 +325,8 @@ class TableCursor : public Cursor {
   bool writable_;
   std::string select_;
   CriteriaCache criteria_;
-  bool verified_ = false;  // fields_ confirmed against the file's catalog
+  bool verified_ = false;       // fields_ confirmed against the file's catalog
+  mutable bool shown_ = false;  // fields_ handed out by fields()
   int64_t current_ = 0;
   bool has_row_ = false;
   bool deleted_ = false;
