@@ -2,8 +2,10 @@
 // display properties of fields and, on request, the data.
 
 #include <array>
+#include <functional>
 #include <vector>
 
+#include "db/engine/sqlite/sqlite_backend.h"
 #include "db/names.h"
 #include "db/schema_copy.h"
 #include "qorsupport/db/qor_db.h"
@@ -119,6 +121,30 @@ bool IsUserTable(dao::TableDef& table) {
   return true;
 }
 
+// Copies the rows of src_table into the empty dest_table as the SQLite
+// backend's set-based copy does (one transaction, every rule of the
+// destination holding for each row; see SqliteBackend::CopyRows) when both
+// databases are files of the embedded engine and the two tables have the
+// same fields with the same types. Returns the rows copied, or -1 when
+// nothing was copied and the rows must go one by one.
+int64_t CopyRowsSetBased(dao::Database& src, const std::string& src_table, dao::Database& dest,
+                         const std::string& dest_table,
+                         const std::function<void(int64_t)>& progress) {
+  auto* from = dynamic_cast<dao::sqlite::SqliteBackend*>(&src.backend());
+  auto* to = dynamic_cast<dao::sqlite::SqliteBackend*>(&dest.backend());
+  if (!from || !to || from->in_transaction()) return -1;
+  const dao::TableInfo source = from->Table(src_table);
+  const dao::TableInfo target = to->Table(dest_table);
+  if (source.fields.size() != target.fields.size()) return -1;
+  std::vector<std::string> columns;
+  for (const dao::FieldInfo& f : source.fields) {
+    int i = dao::FindByName(target.fields, f.name);
+    if (i < 0 || target.fields[static_cast<size_t>(i)].type != f.type) return -1;
+    columns.push_back(f.name);
+  }
+  return to->CopyRows(from->name(), source.name, target.name, columns, progress);
+}
+
 }  // namespace
 
 bool qorDb::CloneField(const std::string& pFieldName, dao::TableDef& pSrcTbl,
@@ -183,6 +209,19 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
     CloneFieldAccessProps(*source, *pDestDb.GetTableDefs()->Item(Variant(dest_name)), false);
     if (!pCopyData) return true;
 
+    // Progress never goes back: after a set-based copy that failed, the rows
+    // one by one report only beyond what it reported.
+    int64_t reported = 0;
+    const int64_t set_based =
+        CopyRowsSetBased(pSrcDb, pTableName, pDestDb, dest_name, [&](int64_t rows) {
+          if (rows % kProgressRows != 0 || !copy_progress_) return;
+          copy_progress_(dest_name, rows);
+          reported = rows;
+        });
+    if (set_based >= 0) {
+      if (set_based > 0 && copy_progress_) copy_progress_(dest_name, set_based);
+      return true;
+    }
     source_rows = pSrcDb.OpenRecordset(pTableName);
     if (source_rows->Bof() && source_rows->Eof()) return true;
     dest_rows = pDestDb.OpenRecordset(dest_name);
@@ -200,7 +239,9 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
       }
       dest_rows->Update();
       batches.RowWritten();
-      if (++copied % kProgressRows == 0 && copy_progress_) copy_progress_(dest_name, copied);
+      if (++copied % kProgressRows == 0 && copy_progress_ && copied > reported) {
+        copy_progress_(dest_name, copied);
+      }
       source_rows->MoveNext();
     }
     batches.Finish();

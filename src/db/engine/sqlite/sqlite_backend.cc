@@ -548,6 +548,76 @@ Variant SqliteBackend::Evaluate(std::string_view expression, int type) {
   return stmt->Value(0, type);
 }
 
+int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view source_table,
+                                std::string_view dest_table,
+                                const std::vector<std::string>& columns,
+                                const std::function<void(int64_t)>& progress) {
+  constexpr int kChunkRows = 1000;  // rows between two progress calls
+  if (read_only_ || in_transaction_ || columns.empty()) return -1;
+  std::error_code error;
+  const bool same_file = std::filesystem::equivalent(source_path, path_, error);
+  const std::string schema = same_file ? "main" : "qor_copy_source";
+  std::string list;
+  for (const std::string& c : columns) list += (list.empty() ? "" : ", ") + QuoteName(c);
+  const std::string from = schema + "." + QuoteName(std::string(source_table));
+  const std::string chunk = " WHERE rowid > ?1 ORDER BY rowid LIMIT " + std::to_string(kChunkRows);
+  bool attached = false;
+  bool begun = false;
+  auto finish = [&](bool commit) {
+    if (begun) db_->Exec(commit ? "COMMIT" : "ROLLBACK");
+    begun = false;
+    if (attached) db_->Exec("DETACH DATABASE qor_copy_source");
+    attached = false;
+  };
+  try {
+    if (!same_file) {
+      auto attach = db_->PrepareOnce("ATTACH DATABASE ?1 AS qor_copy_source");
+      attach->BindText(1, source_path);
+      attach->Run();
+      attached = true;
+    }
+    db_->Exec("BEGIN IMMEDIATE");
+    begun = true;
+    int64_t done = 0;
+    {
+      // Chunks in rowid order: the rows after the last one copied.
+      auto insert = db_->PrepareOnce("INSERT INTO main." + QuoteName(std::string(dest_table)) +
+                                     " (" + list + ") SELECT " + list + " FROM " + from + chunk);
+      auto next = db_->PrepareOnce("SELECT max(rowid), count(*) FROM (SELECT rowid FROM " + from +
+                                   chunk + ")");
+      int64_t after = INT64_MIN;
+      for (;;) {
+        next->BindInt(1, after);
+        next->Step();
+        const int64_t rows = next->Int(1);
+        const int64_t last = next->Int(0);
+        next->Reset();
+        if (rows == 0) break;
+        insert->BindInt(1, after);
+        insert->Run();
+        insert->Reset();
+        done += rows;
+        after = last;
+        if (progress) progress(done);
+      }
+    }
+    finish(true);
+    return done;
+  } catch (const Error&) {
+    try {
+      finish(false);
+    } catch (const Error&) {
+    }
+    return -1;
+  } catch (...) {
+    try {
+      finish(false);
+    } catch (const Error&) {
+    }
+    throw;
+  }
+}
+
 // ---- Provider -------------------------------------------------------------------------
 
 bool SqliteProvider::Accepts(const OpenRequest& request, std::string_view header) const {

@@ -86,6 +86,22 @@ class SqliteBackend : public Backend {
   void CommitTrans() override;
   void Rollback() override;
 
+  // Copies every row of source_table in the database file source_path (this
+  // one when it is the same file) into dest_table of this database, by one
+  // INSERT ... SELECT per chunk of rows in one transaction: columns[i] of
+  // the source goes to columns[i] of the destination as it is stored, and
+  // every rule of the destination (its triggers and indexes) holds for each
+  // row. Calls progress with the rows copied after each chunk. Returns the
+  // rows copied, or -1 when the copy cannot run set-based (a transaction is
+  // open, the file is read-only) or any row fails a rule: then nothing was
+  // copied, and the caller copies row by row to learn which row and why.
+  int64_t CopyRows(const std::string& source_path, std::string_view source_table,
+                   std::string_view dest_table, const std::vector<std::string>& columns,
+                   const std::function<void(int64_t)>& progress);
+
+  // Whether BeginTrans opened a transaction that is still open.
+  bool in_transaction() const { return in_transaction_; }
+
   // For cursors.
   Db& db() { return *db_; }
   LockFile* locks() { return locks_.get(); }
