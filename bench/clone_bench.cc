@@ -30,7 +30,8 @@ using qor::Long;
 using qor::Variant;
 namespace dao = qor::dao;
 
-constexpr int kCopyRows = 5000;
+constexpr int kCopyRows = 5000;         // copied by each benchmark run
+constexpr int kCopyRowsLarge = 200000;  // and by a second one, to show the growth
 constexpr int kSmall = 1000;
 constexpr int kLarge = 1000000;
 
@@ -80,7 +81,8 @@ std::string FreshDestination() {
 }
 
 void BM_CloneTableWithData(benchmark::State& state) {
-  const std::string& src_path = SourceWith(kCopyRows);
+  const int rows = static_cast<int>(state.range(0));
+  const std::string& src_path = SourceWith(rows);
   qor::qorDb qdb;
   for (auto _ : state) {
     state.PauseTiming();
@@ -98,11 +100,12 @@ void BM_CloneTableWithData(benchmark::State& state) {
     state.ResumeTiming();
   }
   state.counters["rows/s"] =
-      benchmark::Counter(kCopyRows, benchmark::Counter::kIsIterationInvariantRate);
+      benchmark::Counter(rows, benchmark::Counter::kIsIterationInvariantRate);
 }
 
 void BM_SqliteInsertSelect(benchmark::State& state) {
-  const std::string& src_path = SourceWith(kCopyRows);
+  const int rows = static_cast<int>(state.range(0));
+  const std::string& src_path = SourceWith(rows);
   for (auto _ : state) {
     state.PauseTiming();
     std::string dest_path = FreshDestination();
@@ -130,7 +133,7 @@ void BM_SqliteInsertSelect(benchmark::State& state) {
     state.ResumeTiming();
   }
   state.counters["rows/s"] =
-      benchmark::Counter(kCopyRows, benchmark::Counter::kIsIterationInvariantRate);
+      benchmark::Counter(rows, benchmark::Counter::kIsIterationInvariantRate);
 }
 
 void BM_FieldDataRead(benchmark::State& state) {
@@ -170,8 +173,18 @@ void BM_RawFieldDataRead(benchmark::State& state) {
 }
 
 // Rows per second by the clock on the wall: a copy waits for the disk too.
-BENCHMARK(BM_CloneTableWithData)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(BM_SqliteInsertSelect)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(BM_CloneTableWithData)
+    ->Arg(kCopyRows)
+    ->Arg(kCopyRowsLarge)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
+BENCHMARK(BM_SqliteInsertSelect)
+    ->Arg(kCopyRows)
+    ->Arg(kCopyRowsLarge)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 BENCHMARK(BM_FieldDataRead)->Arg(kSmall)->Arg(kLarge);
 BENCHMARK(BM_RawFieldDataRead)->Arg(kSmall)->Arg(kLarge);
 
@@ -210,20 +223,23 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   SummaryReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  double clone = reporter.Rate("BM_CloneTableWithData");
-  double baseline = reporter.Rate("BM_SqliteInsertSelect");
   // The CPU time leaves out waiting for the disk and for other processes.
-  auto cpu_rate = [&](const std::string& name) {
-    double ms = reporter.CpuTime(name);
-    return ms > 0 ? kCopyRows / (ms / 1000) : 0.0;
-  };
-  double clone_cpu = cpu_rate("BM_CloneTableWithData");
-  double baseline_cpu = cpu_rate("BM_SqliteInsertSelect");
   std::printf("\n                                 rows/s (wall)   rows/s (CPU)\n");
-  std::printf("CloneTable with data:            %12.0f %14.0f\n", clone, clone_cpu);
-  std::printf("SQLite INSERT INTO ... SELECT:   %12.0f %14.0f\n", baseline, baseline_cpu);
-  std::printf("baseline / CloneTable:           %12.1f %14.1f\n",
-              clone > 0 ? baseline / clone : 0.0, clone_cpu > 0 ? baseline_cpu / clone_cpu : 0.0);
+  for (int rows : {kCopyRows, kCopyRowsLarge}) {
+    const std::string arg = "/" + std::to_string(rows) + "/";
+    auto cpu_rate = [&](const std::string& name) {
+      double ms = reporter.CpuTime(name + arg);
+      return ms > 0 ? rows / (ms / 1000) : 0.0;
+    };
+    double clone = reporter.Rate("BM_CloneTableWithData" + arg);
+    double baseline = reporter.Rate("BM_SqliteInsertSelect" + arg);
+    double clone_cpu = cpu_rate("BM_CloneTableWithData");
+    double baseline_cpu = cpu_rate("BM_SqliteInsertSelect");
+    std::printf("CloneTable with data, %7d rows: %12.0f %14.0f\n", rows, clone, clone_cpu);
+    std::printf("INSERT INTO ... SELECT, %6d rows:%12.0f %14.0f\n", rows, baseline, baseline_cpu);
+    std::printf("baseline / CloneTable, %7d rows: %11.1f %14.1f\n", rows,
+                clone > 0 ? baseline / clone : 0.0, clone_cpu > 0 ? baseline_cpu / clone_cpu : 0.0);
+  }
   double small = reporter.CpuTime("BM_FieldDataRead/" + std::to_string(kSmall));
   double large = reporter.CpuTime("BM_FieldDataRead/" + std::to_string(kLarge));
   std::printf("FieldDataReadWriteDb, CPU time on %d rows / on %d rows: %.2f\n", kLarge, kSmall,

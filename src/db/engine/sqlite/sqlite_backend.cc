@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -561,6 +562,20 @@ int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view
   for (const std::string& c : columns) list += (list.empty() ? "" : ", ") + QuoteName(c);
   const std::string from = schema + "." + QuoteName(std::string(source_table));
   const std::string chunk = " WHERE rowid > ?1 ORDER BY rowid LIMIT " + std::to_string(kChunkRows);
+  // Counters: the trigger that moves a counter's seed on past each row
+  // written is set aside for the copy, and the seed moved once after it, in
+  // the same transaction (so no other writer ever sees the table without
+  // it), unless a source row lacks a value the trigger would give it.
+  const TableInfo dest = Table(dest_table);
+  std::vector<std::string> counters;
+  for (const FieldInfo& f : dest.fields) {
+    if ((f.attributes & kAutoIncrField) &&
+        std::find(columns.begin(), columns.end(), f.name) != columns.end()) {
+      counters.push_back(f.name);
+    }
+  }
+  const std::string counter_trigger = dest.name + ".counter";
+  std::string trigger_sql;
   bool attached = false;
   bool begun = false;
   auto finish = [&](bool commit) {
@@ -578,6 +593,20 @@ int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view
     }
     db_->Exec("BEGIN IMMEDIATE");
     begun = true;
+    if (!counters.empty()) {
+      bool complete = true;
+      for (const std::string& c : counters) {
+        auto nulls = db_->PrepareOnce("SELECT count(*) FROM " + from + " WHERE " + QuoteName(c) +
+                                      " IS NULL");
+        nulls->Step();
+        complete = complete && nulls->Int(0) == 0;
+      }
+      auto sql = db_->PrepareOnce(
+          "SELECT sql FROM main.sqlite_schema WHERE type = 'trigger' AND name = ?1");
+      sql->BindText(1, counter_trigger);
+      if (complete && sql->Step()) trigger_sql = sql->Text(0);
+    }
+    if (!trigger_sql.empty()) db_->Exec("DROP TRIGGER main." + QuoteName(counter_trigger));
     int64_t done = 0;
     {
       // Chunks in rowid order: the rows after the last one copied.
@@ -600,6 +629,14 @@ int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view
         after = last;
         if (progress) progress(done);
       }
+    }
+    if (!trigger_sql.empty()) {
+      for (const std::string& c : counters) {
+        db_->Exec("UPDATE MSysColumns SET Seed = max(Seed, coalesce((SELECT max(" + QuoteName(c) +
+                  ") FROM main." + QuoteName(dest.name) + "), 0) + 1) WHERE TableName = " +
+                  QuoteText(dest.name) + " AND Name = " + QuoteText(c));
+      }
+      db_->Exec(trigger_sql);
     }
     finish(true);
     return done;
