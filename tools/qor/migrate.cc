@@ -124,6 +124,10 @@ MigrationReport MigrateToFile(const std::string& source, const std::string& targ
   std::shared_ptr<Database> dst;
   try {
     dst = engine->CreateDatabase(staged.path(), dao::kLangGeneral);
+    // Nobody sees the file before it is complete and synced as a whole (see
+    // StagedDatabase::Publish): its commits need not reach the disk one by
+    // one.
+    dst->Execute("PRAGMA synchronous = OFF", Variant(dao::kSQLPassThrough));
     MigrationProgress at;
     std::vector<std::shared_ptr<TableDef>> tables = UserTables(*src, report, at);
     // CloneTable makes each table with its fields, indexes, rules and

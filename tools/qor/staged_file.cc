@@ -74,6 +74,14 @@ void StagedDatabase::Dismiss() {
 }
 
 void StagedDatabase::Publish() {
+  // The file reaches the disk before its name does.
+  int file = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  bool synced = file >= 0 && ::fsync(file) == 0;
+  if (file >= 0) ::close(file);
+  if (!synced) {
+    Dismiss();
+    dao::Fail(dao::e::kDiskIo);
+  }
   // link() never replaces a name that exists: the target appears whole or
   // not at all, and a file made there meanwhile stays.
   bool linked = ::link(path_.c_str(), target_.c_str()) == 0;

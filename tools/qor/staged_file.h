@@ -37,9 +37,10 @@ class StagedDatabase {
   const std::string& path() const { return path_; }
 
   // Puts the built file (closed by the caller, with no write-ahead log
-  // left beside it) in place under the target name and syncs the folder.
-  // Raises 3204 when the target appeared meanwhile; the temporary files are
-  // removed either way.
+  // left beside it) in place under the target name: syncs the file, links
+  // it, syncs the folder. So the builder may write without syncing. Raises
+  // 3204 when the target appeared meanwhile, 3043 when the file cannot be
+  // synced; the temporary files are removed either way.
   void Publish();
 
  private:
