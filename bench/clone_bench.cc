@@ -23,6 +23,7 @@
 
 #include "qorsupport/db/engine/engine.h"
 #include "qorsupport/db/qor_db.h"
+#include "raw_keyed_read.h"
 
 namespace {
 
@@ -156,20 +157,7 @@ void BM_FieldDataRead(benchmark::State& state) {
 
 void BM_RawFieldDataRead(benchmark::State& state) {
   int rows = static_cast<int>(state.range(0));
-  sqlite3* db = nullptr;
-  sqlite3_open_v2(SourceWith(rows).c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-  sqlite3_stmt* stmt = nullptr;
-  sqlite3_prepare_v2(db, "SELECT Qty FROM Parts WHERE Code = ?1", -1, &stmt, nullptr);
-  int i = 0;
-  char key[16];
-  for (auto _ : state) {
-    std::snprintf(key, sizeof key, "K%07d", 1 + (i++ * 7919) % rows);
-    sqlite3_bind_text(stmt, 1, key, -1, SQLITE_TRANSIENT);
-    if (sqlite3_step(stmt) == SQLITE_ROW) benchmark::DoNotOptimize(sqlite3_column_int(stmt, 0));
-    sqlite3_reset(stmt);
-  }
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
+  qor::bench::RawKeyedRead(state, SourceWith(rows), "SELECT Qty FROM Parts WHERE Code = ?1", rows);
 }
 
 // Rows per second by the clock on the wall: a copy waits for the disk too.

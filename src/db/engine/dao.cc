@@ -1,6 +1,7 @@
 #include "qorsupport/db/engine/dao.h"
 
-#include <cctype>
+#include <strings.h>
+
 #include <mutex>
 #include <utility>
 
@@ -207,19 +208,13 @@ void Fail(int32_t number, std::vector<std::string> args, std::string_view where)
 }
 
 bool SameName(std::string_view a, std::string_view b) {
-  // Names are nearly always ASCII: compare those without decoding them.
+  // Names are nearly always ASCII: compare those without decoding them
+  // (names hold no NUL, see CheckName).
   bool ascii = true;
   for (unsigned char c : a) ascii = ascii && c < 0x80;
   for (unsigned char c : b) ascii = ascii && c < 0x80;
   if (!ascii) return vb::StrComp(a, b, vb::CompareMode::kText) == 0;
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) !=
-        std::tolower(static_cast<unsigned char>(b[i]))) {
-      return false;
-    }
-  }
-  return true;
+  return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 void CheckName(std::string_view name) {
