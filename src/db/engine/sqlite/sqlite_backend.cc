@@ -549,18 +549,42 @@ Variant SqliteBackend::Evaluate(std::string_view expression, int type) {
   return stmt->Value(0, type);
 }
 
-int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view source_table,
-                                std::string_view dest_table,
+bool SqliteBackend::AttachCopySource(const std::string& source_path) {
+  if (read_only_ || in_transaction_ || !copy_schema_.empty()) return false;
+  std::error_code error;
+  if (std::filesystem::equivalent(source_path, path_, error)) {
+    copy_schema_ = "main";
+    return true;
+  }
+  try {
+    auto attach = db_->PrepareOnce("ATTACH DATABASE ?1 AS qor_copy_source");
+    attach->BindText(1, source_path);
+    attach->Run();
+  } catch (const Error&) {
+    return false;
+  }
+  copy_schema_ = "qor_copy_source";
+  return true;
+}
+
+void SqliteBackend::DetachCopySource() {
+  if (copy_schema_ == "qor_copy_source") {
+    try {
+      db_->Exec("DETACH DATABASE qor_copy_source");
+    } catch (const Error&) {
+    }
+  }
+  copy_schema_.clear();
+}
+
+int64_t SqliteBackend::CopyRows(std::string_view source_table, std::string_view dest_table,
                                 const std::vector<std::string>& columns,
                                 const std::function<void(int64_t)>& progress) {
   constexpr int kChunkRows = 1000;  // rows between two progress calls
-  if (read_only_ || in_transaction_ || columns.empty()) return -1;
-  std::error_code error;
-  const bool same_file = std::filesystem::equivalent(source_path, path_, error);
-  const std::string schema = same_file ? "main" : "qor_copy_source";
+  if (read_only_ || copy_schema_.empty() || columns.empty()) return -1;
   std::string list;
   for (const std::string& c : columns) list += (list.empty() ? "" : ", ") + QuoteName(c);
-  const std::string from = schema + "." + QuoteName(std::string(source_table));
+  const std::string from = copy_schema_ + "." + QuoteName(std::string(source_table));
   const std::string chunk = " WHERE rowid > ?1 ORDER BY rowid LIMIT " + std::to_string(kChunkRows);
   // Counters: the trigger that moves a counter's seed on past each row
   // written is set aside for the copy, and the seed moved once after it, in
@@ -576,22 +600,10 @@ int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view
   }
   const std::string counter_trigger = dest.name + ".counter";
   std::string trigger_sql;
-  bool attached = false;
   bool begun = false;
-  auto finish = [&](bool commit) {
-    if (begun) db_->Exec(commit ? "COMMIT" : "ROLLBACK");
-    begun = false;
-    if (attached) db_->Exec("DETACH DATABASE qor_copy_source");
-    attached = false;
-  };
   try {
-    if (!same_file) {
-      auto attach = db_->PrepareOnce("ATTACH DATABASE ?1 AS qor_copy_source");
-      attach->BindText(1, source_path);
-      attach->Run();
-      attached = true;
-    }
-    db_->Exec("BEGIN IMMEDIATE");
+    // Inside the caller's transaction, or a transaction of its own.
+    db_->Exec("SAVEPOINT qor_copy");
     begun = true;
     if (!counters.empty()) {
       bool complete = true;
@@ -638,20 +650,22 @@ int64_t SqliteBackend::CopyRows(const std::string& source_path, std::string_view
       }
       db_->Exec(trigger_sql);
     }
-    finish(true);
+    db_->Exec("RELEASE qor_copy");
     return done;
   } catch (const Error&) {
-    try {
-      finish(false);
-    } catch (const Error&) {
-    }
+    UndoCopy(begun);
     return -1;
   } catch (...) {
-    try {
-      finish(false);
-    } catch (const Error&) {
-    }
+    UndoCopy(begun);
     throw;
+  }
+}
+
+void SqliteBackend::UndoCopy(bool begun) {
+  if (!begun) return;
+  try {
+    db_->Exec("ROLLBACK TO qor_copy; RELEASE qor_copy");
+  } catch (const Error&) {
   }
 }
 

@@ -86,17 +86,24 @@ class SqliteBackend : public Backend {
   void CommitTrans() override;
   void Rollback() override;
 
-  // Copies every row of source_table in the database file source_path (this
-  // one when it is the same file) into dest_table of this database, by one
-  // INSERT ... SELECT per chunk of rows in one transaction: columns[i] of
-  // the source goes to columns[i] of the destination as it is stored, and
-  // every rule of the destination (its triggers and indexes) holds for each
-  // row. Calls progress with the rows copied after each chunk. Returns the
-  // rows copied, or -1 when the copy cannot run set-based (a transaction is
-  // open, the file is read-only) or any row fails a rule: then nothing was
-  // copied, and the caller copies row by row to learn which row and why.
-  int64_t CopyRows(const std::string& source_path, std::string_view source_table,
-                   std::string_view dest_table, const std::vector<std::string>& columns,
+  // A set-based copy of rows from a table of another file of the engine
+  // (or of this one): AttachCopySource makes the file at source_path
+  // readable on this connection (outside any transaction); false when it
+  // cannot be, or this database is read-only or in a transaction.
+  // DetachCopySource ends that, outside any transaction.
+  bool AttachCopySource(const std::string& source_path);
+  void DetachCopySource();
+  // Copies every row of source_table of the attached source into
+  // dest_table, by one INSERT ... SELECT per chunk of rows, all in one
+  // savepoint (inside the caller's transaction, or a transaction of its
+  // own): columns[i] of the source goes to columns[i] of the destination as
+  // it is stored, and every rule of the destination (its triggers and
+  // indexes) holds for each row. Calls progress with the rows copied after
+  // each chunk. Returns the rows copied, or -1 when a row fails a rule (or
+  // nothing is attached): then nothing was copied, and the caller copies
+  // row by row to learn which row and why.
+  int64_t CopyRows(std::string_view source_table, std::string_view dest_table,
+                   const std::vector<std::string>& columns,
                    const std::function<void(int64_t)>& progress);
 
   // Whether BeginTrans opened a transaction that is still open.
@@ -127,7 +134,8 @@ class SqliteBackend : public Backend {
   // Writes the triggers and SQLite indexes that keep the table's rules.
   void WriteRules(const TableInfo& table);
   void DropRules(std::string_view table);
-  void Touch();  // after a schema change: forget the cached catalog
+  void Touch();               // after a schema change: forget the cached catalog
+  void UndoCopy(bool begun);  // rolls CopyRows' savepoint back when begun
   void BumpCatalogVersion();
   // Runs fn in a savepoint: all of it or nothing.
   void Atomically(const std::function<void()>& fn);
@@ -137,7 +145,8 @@ class SqliteBackend : public Backend {
   std::unique_ptr<LockFile> locks_;
   bool read_only_;
   bool in_transaction_ = false;
-  bool user_sql_ = false;  // the user's SQL is being prepared or run: the catalog is read-only
+  std::string copy_schema_;  // where AttachCopySource made the source readable
+  bool user_sql_ = false;    // the user's SQL is being prepared or run: the catalog is read-only
   // SQLite's data version of the file as of this connection's last
   // transaction (it changes with every commit by any connection);
   // seen_data_version_ is its value when the catalog version was last found

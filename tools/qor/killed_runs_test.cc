@@ -1,8 +1,8 @@
-// qor migrate killed (SIGKILL) at moments spread over its run, again and
-// again: after every kill the target is either absent or the whole
-// migration, no temporary file is left in its folder and no process the
-// migration started outlives it. Prints the counts; bounded to a few
-// seconds.
+// qor migrate and qor db clone --data killed (SIGKILL) at moments spread
+// over their run, again and again: after every kill the target (the
+// migrated file, the cloned table) is either absent or whole, no temporary
+// file is left and no process qor started outlives it. Prints the counts;
+// bounded to a few seconds each.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -42,8 +42,13 @@ std::string Contents(const std::string& path) {
   return out;
 }
 
-// Starts `qor migrate --quiet source target` with its output discarded.
-pid_t StartMigrate(const std::string& source, const std::string& target) {
+// Starts qor with args, its output discarded.
+pid_t StartQor(const std::vector<std::string>& args) {
+  std::string qor = testing::QorBinary();
+  std::vector<char*> argv{qor.data()};
+  std::vector<std::string> copies = args;
+  for (std::string& a : copies) argv.push_back(a.data());
+  argv.push_back(nullptr);
   pid_t pid = ::fork();
   if (pid == 0) {
     std::FILE* null = std::fopen("/dev/null", "w");
@@ -51,9 +56,7 @@ pid_t StartMigrate(const std::string& source, const std::string& target) {
       ::dup2(::fileno(null), STDOUT_FILENO);
       ::dup2(::fileno(null), STDERR_FILENO);
     }
-    std::string qor = testing::QorBinary();
-    ::execlp(qor.c_str(), qor.c_str(), "migrate", "--quiet", source.c_str(), target.c_str(),
-             static_cast<char*>(nullptr));
+    ::execvp(argv[0], argv.data());
     ::_exit(127);
   }
   return pid;
@@ -113,6 +116,24 @@ int LeftoverProcesses(std::chrono::milliseconds limit) {
   }
 }
 
+// Starts qor with args, kills it after delay and waits for it and its
+// orphans. Counts the run in *kills or *finished; returns false (after
+// saying why) when qor hung or failed, or a process outlived it.
+bool RunAndKill(const std::vector<std::string>& args, std::chrono::microseconds delay, int* kills,
+                int* finished) {
+  pid_t pid = StartQor(args);
+  std::this_thread::sleep_for(delay);
+  bool killed = ::kill(pid, SIGKILL) == 0;
+  int status = WaitFor(pid, std::chrono::seconds(20));
+  bool was_killed = killed && status != -1 && WIFSIGNALED(status);
+  ++*(was_killed ? kills : finished);
+  bool ok = status != -1 && (was_killed || (WIFEXITED(status) && WEXITSTATUS(status) == 0));
+  EXPECT_TRUE(ok) << "status " << status;
+  int leftover = LeftoverProcesses(std::chrono::seconds(2));
+  EXPECT_EQ(leftover, 0) << "processes outlived qor";
+  return ok && leftover == 0;
+}
+
 TEST(QorMigrateKilled, LeavesTheWholeTargetOrNothing) {
   ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
   testing::TempDir dir;
@@ -123,8 +144,7 @@ TEST(QorMigrateKilled, LeavesTheWholeTargetOrNothing) {
 
   // One run to the end: the complete result and how long it takes.
   auto start = Clock::now();
-  pid_t pid = StartMigrate(source, target);
-  int status = WaitFor(pid, std::chrono::seconds(20));
+  int status = WaitFor(StartQor({"migrate", "--quiet", source, target}), std::chrono::seconds(20));
   ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   const auto full = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
   const std::string complete = Contents(target);
@@ -137,19 +157,7 @@ TEST(QorMigrateKilled, LeavesTheWholeTargetOrNothing) {
     // Kill moments spread evenly over two runs' time (the machine's load
     // varies): most land inside a run, some after its end.
     auto delay = full * 2 * (run + 1) / kRuns;
-    pid = StartMigrate(source, target);
-    std::this_thread::sleep_for(delay);
-    bool killed = ::kill(pid, SIGKILL) == 0;
-    status = WaitFor(pid, std::chrono::seconds(20));
-    bool was_killed = killed && WIFSIGNALED(status);
-    kills += was_killed ? 1 : 0;
-    finished += was_killed ? 0 : 1;
-    bool ok = status != -1 && (was_killed || (WIFEXITED(status) && WEXITSTATUS(status) == 0));
-    EXPECT_TRUE(ok) << "status " << status;
-
-    int leftover = LeftoverProcesses(std::chrono::seconds(2));
-    EXPECT_EQ(leftover, 0) << "processes outlived qor migrate";
-    ok = ok && leftover == 0;
+    bool ok = RunAndKill({"migrate", "--quiet", source, target}, delay, &kills, &finished);
 
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
@@ -169,6 +177,85 @@ TEST(QorMigrateKilled, LeavesTheWholeTargetOrNothing) {
   }
   std::printf(
       "qor migrate killed: %d runs of %lld us each, %d kills, %d ran to the end, %d failures\n",
+      kRuns, static_cast<long long>(full.count()), kills, finished, failures);
+  EXPECT_GT(kills, kRuns / 4);
+  EXPECT_EQ(failures, 0);
+}
+
+// A source table of kRows rows made once: counter, text key with a unique
+// index, and four more fields.
+std::string CloneSource(const testing::TempDir& dir, int rows) {
+  std::string path = dir.File("source.mdb");
+  auto db = dao::DBEngine::Get()->CreateDatabase(path, dao::kLangGeneral);
+  auto t = db->CreateTableDef("Parts");
+  auto id = t->CreateField("Id", Long(dao::kLong));
+  id->SetAttributes(id->Attributes() | dao::kAutoIncrField);
+  t->GetFields()->Append(id);
+  t->GetFields()->Append(t->CreateField("Code", Long(dao::kText), Long(12)));
+  t->GetFields()->Append(t->CreateField("Qty", Long(dao::kLong)));
+  t->GetFields()->Append(t->CreateField("Note", Long(dao::kText), Long(40)));
+  auto ix = t->CreateIndex("Code");
+  ix->GetFields()->Append(ix->CreateField("Code"));
+  ix->SetUnique(true);
+  t->GetIndexes()->Append(ix);
+  db->GetTableDefs()->Append(t);
+  db->Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+                  std::to_string(rows) +
+                  ") INSERT INTO Parts (Code, Qty, Note) SELECT printf('K%07d', i), i,"
+                  " 'part ' || i FROM n",
+              Long(dao::kSQLPassThrough));
+  db->Close();
+  return path;
+}
+
+// The cloned table in short ("absent" when it is not there).
+std::string ClonedTable(const std::string& path) {
+  auto db = dao::DBEngine::Get()->OpenDatabase(path);
+  std::string out = "absent";
+  auto tables = db->GetTableDefs();
+  for (int32_t i = 0; i < tables->Count(); ++i) {
+    auto t = tables->Item(Variant(i));
+    if (t->Name() != "Parts") continue;
+    out = std::to_string(t->GetFields()->Count()) + "/" + std::to_string(t->GetIndexes()->Count()) +
+          "/" + std::to_string(t->RecordCount());
+  }
+  db->Close();
+  return out;
+}
+
+TEST(QorDbCloneKilled, LeavesTheWholeTableOrNone) {
+  ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+  testing::TempDir dir;
+  const std::string source = CloneSource(dir, 60000);
+  const std::string dest = dir.File("dest.mdb");
+  auto fresh_dest = [&] {
+    dao::RemoveDatabaseFiles(dest);
+    dao::DBEngine::Get()->CreateDatabase(dest, dao::kLangGeneral)->Close();
+  };
+  const std::vector<std::string> args = {"db", "clone", source, dest, "Parts", "--data"};
+
+  fresh_dest();
+  auto start = Clock::now();
+  int status = WaitFor(StartQor(args), std::chrono::seconds(20));
+  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  const auto full = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+  const std::string complete = ClonedTable(dest);
+  ASSERT_EQ(complete, "4/1/60000");
+
+  constexpr int kRuns = 20;
+  int kills = 0, finished = 0, failures = 0;
+  for (int run = 0; run < kRuns; ++run) {
+    SCOPED_TRACE("run " + std::to_string(run));
+    fresh_dest();
+    bool ok = RunAndKill(args, full * 2 * (run + 1) / kRuns, &kills, &finished);
+    std::string got = ClonedTable(dest);
+    EXPECT_TRUE(got == "absent" || got == complete) << got;
+    ok = ok && (got == "absent" || got == complete);
+    failures += ok ? 0 : 1;
+  }
+  std::printf(
+      "qor db clone --data killed: %d runs of %lld us each, %d kills, %d ran to the end, %d "
+      "failures\n",
       kRuns, static_cast<long long>(full.count()), kills, finished, failures);
   EXPECT_GT(kills, kRuns / 4);
   EXPECT_EQ(failures, 0);
