@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "db/engine/mdb/mdb_test_files.h"
+#include "db/test_databases.h"
 #include "qorsupport/db/engine/engine.h"
 #include "testing/test_util.h"
 
@@ -182,27 +183,16 @@ TEST(QorMigrateKilled, LeavesTheWholeTargetOrNothing) {
   EXPECT_EQ(failures, 0);
 }
 
-// A source table of kRows rows made once: counter, text key with a unique
-// index, and four more fields.
+// A source database whose table Parts (db::test::AddItemsTable: a counter,
+// rules, two unique indexes, display properties) holds rows rows.
 std::string CloneSource(const testing::TempDir& dir, int rows) {
   std::string path = dir.File("source.mdb");
-  auto db = dao::DBEngine::Get()->CreateDatabase(path, dao::kLangGeneral);
-  auto t = db->CreateTableDef("Parts");
-  auto id = t->CreateField("Id", Long(dao::kLong));
-  id->SetAttributes(id->Attributes() | dao::kAutoIncrField);
-  t->GetFields()->Append(id);
-  t->GetFields()->Append(t->CreateField("Code", Long(dao::kText), Long(12)));
-  t->GetFields()->Append(t->CreateField("Qty", Long(dao::kLong)));
-  t->GetFields()->Append(t->CreateField("Note", Long(dao::kText), Long(40)));
-  auto ix = t->CreateIndex("Code");
-  ix->GetFields()->Append(ix->CreateField("Code"));
-  ix->SetUnique(true);
-  t->GetIndexes()->Append(ix);
-  db->GetTableDefs()->Append(t);
+  auto db = db::test::NewDatabase(path);
+  db::test::AddItemsTable(*db, "Parts", false);
   db->Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
                   std::to_string(rows) +
-                  ") INSERT INTO Parts (Code, Qty, Note) SELECT printf('K%07d', i), i,"
-                  " 'part ' || i FROM n",
+                  ") INSERT INTO Parts (Code, Qty, Price, Note) SELECT printf('K%07d', i), i,"
+                  " i % 900, 'part ' || i FROM n",
               Long(dao::kSQLPassThrough));
   db->Close();
   return path;
@@ -240,7 +230,7 @@ TEST(QorDbCloneKilled, LeavesTheWholeTableOrNone) {
   ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   const auto full = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
   const std::string complete = ClonedTable(dest);
-  ASSERT_EQ(complete, "4/1/60000");
+  ASSERT_EQ(complete, "6/2/60000");
 
   constexpr int kRuns = 20;
   int kills = 0, finished = 0, failures = 0;
