@@ -432,6 +432,7 @@ std::vector<TableInfo> SqliteBackend::ReadTables() {
     table_cache_[Upper(name)] = tables.back();
   }
   cache_valid_ = true;
+  cache_complete_ = true;
   return tables;
 }
 
@@ -451,12 +452,43 @@ bool SqliteBackend::CatalogCurrent() {
 }
 
 const TableInfo& SqliteBackend::Table(std::string_view name) {
-  if (!cache_valid_ || CatalogVersion() != cached_version_) ReadTables();
+  const int64_t version = CatalogVersion();
+  if (!cache_valid_ || version != cached_version_) {
+    // A new cache for this version, filled as tables are asked for: after
+    // a change to one table only that one is read again.
+    table_cache_.clear();
+    cache_complete_ = false;
+    cached_version_ = version;
+    cache_valid_ = true;
+  }
   seen_data_version_ = DataVersion();
   seen_valid_ = true;
-  auto it = table_cache_.find(Upper(name));
-  if (it == table_cache_.end()) Fail(e::kInputTableNotFound, {std::string(name)});
-  return it->second;
+  const std::string key = Upper(name);
+  if (auto it = table_cache_.find(key); it != table_cache_.end()) return it->second;
+  if (!cache_complete_) {
+    auto stmt = db_->Prepare(
+        "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
+        " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
+        " 'sqlite!_%' ESCAPE '!' AND s.name = ?1 COLLATE NOCASE");
+    stmt->BindText(1, name);
+    if (stmt->Step()) {
+      const std::string real = stmt->Text(0);
+      const bool in_catalog = stmt->Int(1) != 0;
+      stmt.reset();
+      TableInfo info = Describe(real, in_catalog);
+      return table_cache_[Upper(real)] = std::move(info);
+    }
+    stmt.reset();
+    // SQLite's NOCASE folds ASCII letters only; other names are looked up
+    // as the full read keys them.
+    bool ascii = true;
+    for (unsigned char c : name) ascii = ascii && c < 0x80;
+    if (!ascii) {
+      ReadTables();
+      if (auto it = table_cache_.find(key); it != table_cache_.end()) return it->second;
+    }
+  }
+  Fail(e::kInputTableNotFound, {std::string(name)});
 }
 
 const TableInfo& SqliteBackend::TableFromCache(std::string_view name) {

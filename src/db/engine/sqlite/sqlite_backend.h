@@ -157,6 +157,7 @@ class SqliteBackend : public Backend {
   bool seen_valid_ = false;                       // seen_data_version_ holds; false after Execute
   std::map<std::string, TableInfo> table_cache_;  // by upper-case name
   bool cache_valid_ = false;
+  bool cache_complete_ = false;  // table_cache_ holds every table (ReadTables filled it)
 };
 
 // The provider DBEngine uses for SQLite files.
