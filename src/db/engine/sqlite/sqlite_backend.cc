@@ -429,7 +429,7 @@ std::vector<TableInfo> SqliteBackend::ReadTables() {
   table_cache_.clear();
   for (const auto& [name, in_catalog] : names) {
     tables.push_back(Describe(name, in_catalog));
-    table_cache_[Upper(name)] = tables.back();
+    table_cache_[Upper(name)] = std::make_shared<const TableInfo>(tables.back());
   }
   cache_valid_ = true;
   cache_complete_ = true;
@@ -451,7 +451,9 @@ bool SqliteBackend::CatalogCurrent() {
   return true;
 }
 
-const TableInfo& SqliteBackend::Table(std::string_view name) {
+const TableInfo& SqliteBackend::Table(std::string_view name) { return *SharedTable(name); }
+
+std::shared_ptr<const TableInfo> SqliteBackend::SharedTable(std::string_view name) {
   const int64_t version = CatalogVersion();
   if (!cache_valid_ || version != cached_version_) {
     // A new cache for this version, filled as tables are asked for: after
@@ -475,7 +477,7 @@ const TableInfo& SqliteBackend::Table(std::string_view name) {
       const std::string real = stmt->Text(0);
       const bool in_catalog = stmt->Int(1) != 0;
       stmt.reset();
-      TableInfo info = Describe(real, in_catalog);
+      auto info = std::make_shared<const TableInfo>(Describe(real, in_catalog));
       return table_cache_[Upper(real)] = std::move(info);
     }
     stmt.reset();
@@ -491,10 +493,12 @@ const TableInfo& SqliteBackend::Table(std::string_view name) {
   Fail(e::kInputTableNotFound, {std::string(name)});
 }
 
-const TableInfo& SqliteBackend::TableFromCache(std::string_view name) {
-  if (!cache_valid_ || !seen_valid_ || DataVersion() != seen_data_version_) return Table(name);
+std::shared_ptr<const TableInfo> SqliteBackend::TableFromCache(std::string_view name) {
+  if (!cache_valid_ || !seen_valid_ || DataVersion() != seen_data_version_) {
+    return SharedTable(name);
+  }
   auto it = table_cache_.find(Upper(name));
-  if (it == table_cache_.end()) return Table(name);
+  if (it == table_cache_.end()) return SharedTable(name);
   return it->second;
 }
 
@@ -550,13 +554,13 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
 
 std::unique_ptr<Cursor> SqliteBackend::OpenTable(std::string_view table, int type,
                                                  int32_t options) {
-  const TableInfo& info = TableFromCache(table);
+  std::shared_ptr<const TableInfo> info = TableFromCache(table);
   bool writable =
       !read_only_ && type != kOpenSnapshot && type != kOpenForwardOnly && !(options & kReadOnly);
-  if (locks_ && !locks_->TableFree(info.name, false)) {
-    Fail(e::kTableLockedByUser, {info.name, "Admin", "this machine"});
+  if (locks_ && !locks_->TableFree(info->name, false)) {
+    Fail(e::kTableLockedByUser, {info->name, "Admin", "this machine"});
   }
-  return MakeTableCursor(this, info, writable, options);
+  return MakeTableCursor(this, std::move(info), writable, options);
 }
 
 std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type, int32_t options) {

@@ -113,12 +113,15 @@ class SqliteBackend : public Backend {
   Db& db() { return *db_; }
   LockFile* locks() { return locks_.get(); }
   // The table's description from the catalog; raises 3078 when it has none.
+  // The reference holds until the catalog changes; SharedTable's pointer for
+  // as long as it is kept.
   const TableInfo& Table(std::string_view name);
+  std::shared_ptr<const TableInfo> SharedTable(std::string_view name);
   // The same without a look at the file when nothing was committed to it
   // (by any connection) since this connection's last transaction began. The
   // description may be stale then: whoever uses it must call
   // CatalogCurrent() while its next statement on the file is running.
-  const TableInfo& TableFromCache(std::string_view name);
+  std::shared_ptr<const TableInfo> TableFromCache(std::string_view name);
   // Whether the catalog is still the one the cached descriptions were read
   // from. Cheap (no statement) unless something was committed since; call
   // it while a statement is active or right after it ran, so that it sees
@@ -154,8 +157,8 @@ class SqliteBackend : public Backend {
   uint32_t DataVersion();
   int64_t cached_version_ = -1;  // the catalog version table_cache_ was read at
   uint32_t seen_data_version_ = 0;
-  bool seen_valid_ = false;                       // seen_data_version_ holds; false after Execute
-  std::map<std::string, TableInfo> table_cache_;  // by upper-case name
+  bool seen_valid_ = false;  // seen_data_version_ holds; false after Execute
+  std::map<std::string, std::shared_ptr<const TableInfo>> table_cache_;  // by upper-case name
   bool cache_valid_ = false;
   bool cache_complete_ = false;  // table_cache_ holds every table (ReadTables filled it)
 };
