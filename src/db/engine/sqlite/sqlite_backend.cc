@@ -42,6 +42,13 @@ const char* const kCatalog =
     " ObjectName TEXT COLLATE NOCASE, Name TEXT COLLATE NOCASE, Type INTEGER, Value,"
     " Position INTEGER, PRIMARY KEY(Kind, TableName, ObjectName, Name));";
 
+// The tables a database shows (SQLite's own left out), each with whether
+// the catalog describes it.
+constexpr const char* kTablesSql =
+    "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
+    " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
+    " 'sqlite!_%' ESCAPE '!'";
+
 // The application id that marks a file as ours ("QORD").
 constexpr int kApplicationId = 0x514F5244;
 
@@ -419,10 +426,7 @@ std::vector<TableInfo> SqliteBackend::ReadTables() {
   cached_version_ = CatalogVersion();
   std::vector<std::pair<std::string, bool>> names;
   {
-    auto stmt = db_->Prepare(
-        "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
-        " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
-        " 'sqlite!_%' ESCAPE '!' ORDER BY s.name COLLATE NOCASE");
+    auto stmt = db_->Prepare(std::string(kTablesSql) + " ORDER BY s.name COLLATE NOCASE");
     while (stmt->Step()) names.emplace_back(stmt->Text(0), stmt->Int(1) != 0);
   }
   std::vector<TableInfo> tables;
@@ -468,10 +472,7 @@ std::shared_ptr<const TableInfo> SqliteBackend::SharedTable(std::string_view nam
   const std::string key = Upper(name);
   if (auto it = table_cache_.find(key); it != table_cache_.end()) return it->second;
   if (!cache_complete_) {
-    auto stmt = db_->Prepare(
-        "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
-        " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
-        " 'sqlite!_%' ESCAPE '!' AND s.name = ?1 COLLATE NOCASE");
+    auto stmt = db_->Prepare(std::string(kTablesSql) + " AND s.name = ?1 COLLATE NOCASE");
     stmt->BindText(1, name);
     if (stmt->Step()) {
       const std::string real = stmt->Text(0);
