@@ -8,8 +8,9 @@
 // per second; the ratio follows the table.
 //
 // FieldDataReadWriteDb reads one field by its indexed key on a table of
-// 1,000 and of 100,000 rows: the cost per call must not grow with the
-// table.
+// 1,000 and of 1,000,000 rows: the cost per call must not grow with the
+// table. Beside it, the same lookup by a raw prepared SQLite statement on
+// the same file; the ratios follow the table.
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -22,6 +23,7 @@
 
 #include "qorsupport/db/engine/engine.h"
 #include "qorsupport/db/qor_db.h"
+#include "raw_keyed_read.h"
 
 namespace {
 
@@ -29,9 +31,10 @@ using qor::Long;
 using qor::Variant;
 namespace dao = qor::dao;
 
-constexpr int kCopyRows = 5000;
+constexpr int kCopyRows = 5000;         // copied by each benchmark run
+constexpr int kCopyRowsLarge = 200000;  // and by a second one, to show the growth
 constexpr int kSmall = 1000;
-constexpr int kLarge = 100000;
+constexpr int kLarge = 1000000;
 
 std::filesystem::path BenchDir() {
   static const std::filesystem::path dir =
@@ -79,7 +82,8 @@ std::string FreshDestination() {
 }
 
 void BM_CloneTableWithData(benchmark::State& state) {
-  const std::string& src_path = SourceWith(kCopyRows);
+  const int rows = static_cast<int>(state.range(0));
+  const std::string& src_path = SourceWith(rows);
   qor::qorDb qdb;
   for (auto _ : state) {
     state.PauseTiming();
@@ -97,11 +101,12 @@ void BM_CloneTableWithData(benchmark::State& state) {
     state.ResumeTiming();
   }
   state.counters["rows/s"] =
-      benchmark::Counter(kCopyRows, benchmark::Counter::kIsIterationInvariantRate);
+      benchmark::Counter(rows, benchmark::Counter::kIsIterationInvariantRate);
 }
 
 void BM_SqliteInsertSelect(benchmark::State& state) {
-  const std::string& src_path = SourceWith(kCopyRows);
+  const int rows = static_cast<int>(state.range(0));
+  const std::string& src_path = SourceWith(rows);
   for (auto _ : state) {
     state.PauseTiming();
     std::string dest_path = FreshDestination();
@@ -129,7 +134,7 @@ void BM_SqliteInsertSelect(benchmark::State& state) {
     state.ResumeTiming();
   }
   state.counters["rows/s"] =
-      benchmark::Counter(kCopyRows, benchmark::Counter::kIsIterationInvariantRate);
+      benchmark::Counter(rows, benchmark::Counter::kIsIterationInvariantRate);
 }
 
 void BM_FieldDataRead(benchmark::State& state) {
@@ -150,10 +155,26 @@ void BM_FieldDataRead(benchmark::State& state) {
   db->Close();
 }
 
+void BM_RawFieldDataRead(benchmark::State& state) {
+  int rows = static_cast<int>(state.range(0));
+  qor::bench::RawKeyedRead(state, SourceWith(rows), "SELECT Qty FROM Parts WHERE Code = ?1", rows);
+}
+
 // Rows per second by the clock on the wall: a copy waits for the disk too.
-BENCHMARK(BM_CloneTableWithData)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(BM_SqliteInsertSelect)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(BM_CloneTableWithData)
+    ->Arg(kCopyRows)
+    ->Arg(kCopyRowsLarge)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
+BENCHMARK(BM_SqliteInsertSelect)
+    ->Arg(kCopyRows)
+    ->Arg(kCopyRowsLarge)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 BENCHMARK(BM_FieldDataRead)->Arg(kSmall)->Arg(kLarge);
+BENCHMARK(BM_RawFieldDataRead)->Arg(kSmall)->Arg(kLarge);
 
 // Keeps each run's time per iteration and its counters to print the
 // summary.
@@ -190,24 +211,33 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   SummaryReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  double clone = reporter.Rate("BM_CloneTableWithData");
-  double baseline = reporter.Rate("BM_SqliteInsertSelect");
   // The CPU time leaves out waiting for the disk and for other processes.
-  auto cpu_rate = [&](const std::string& name) {
-    double ms = reporter.CpuTime(name);
-    return ms > 0 ? kCopyRows / (ms / 1000) : 0.0;
-  };
-  double clone_cpu = cpu_rate("BM_CloneTableWithData");
-  double baseline_cpu = cpu_rate("BM_SqliteInsertSelect");
   std::printf("\n                                 rows/s (wall)   rows/s (CPU)\n");
-  std::printf("CloneTable with data:            %12.0f %14.0f\n", clone, clone_cpu);
-  std::printf("SQLite INSERT INTO ... SELECT:   %12.0f %14.0f\n", baseline, baseline_cpu);
-  std::printf("baseline / CloneTable:           %12.1f %14.1f\n",
-              clone > 0 ? baseline / clone : 0.0, clone_cpu > 0 ? baseline_cpu / clone_cpu : 0.0);
+  for (int rows : {kCopyRows, kCopyRowsLarge}) {
+    const std::string arg = "/" + std::to_string(rows) + "/";
+    auto cpu_rate = [&](const std::string& name) {
+      double ms = reporter.CpuTime(name + arg);
+      return ms > 0 ? rows / (ms / 1000) : 0.0;
+    };
+    double clone = reporter.Rate("BM_CloneTableWithData" + arg);
+    double baseline = reporter.Rate("BM_SqliteInsertSelect" + arg);
+    double clone_cpu = cpu_rate("BM_CloneTableWithData");
+    double baseline_cpu = cpu_rate("BM_SqliteInsertSelect");
+    std::printf("CloneTable with data, %7d rows: %12.0f %14.0f\n", rows, clone, clone_cpu);
+    std::printf("INSERT INTO ... SELECT, %6d rows:%12.0f %14.0f\n", rows, baseline, baseline_cpu);
+    std::printf("baseline / CloneTable, %7d rows: %11.1f %14.1f\n", rows,
+                clone > 0 ? baseline / clone : 0.0, clone_cpu > 0 ? baseline_cpu / clone_cpu : 0.0);
+  }
   double small = reporter.CpuTime("BM_FieldDataRead/" + std::to_string(kSmall));
   double large = reporter.CpuTime("BM_FieldDataRead/" + std::to_string(kLarge));
   std::printf("FieldDataReadWriteDb, CPU time on %d rows / on %d rows: %.2f\n", kLarge, kSmall,
               small > 0 ? large / small : 0.0);
+  for (int rows : {kSmall, kLarge}) {
+    double engine = reporter.CpuTime("BM_FieldDataRead/" + std::to_string(rows));
+    double raw = reporter.CpuTime("BM_RawFieldDataRead/" + std::to_string(rows));
+    std::printf("FieldDataReadWriteDb / raw statement, CPU time on %d rows: %.2f\n", rows,
+                raw > 0 ? engine / raw : 0.0);
+  }
   std::error_code ignored;
   std::filesystem::remove_all(BenchDir(), ignored);
   benchmark::Shutdown();

@@ -3,9 +3,9 @@
 // with the table (a dynaset does not read the table to open), and it is
 // compared with the same lookup by a raw prepared SQLite statement.
 //
-// Prints, after Google Benchmark's table, the ratio of the engine's time on
-// 1,000,000 rows to its time on 1,000 rows, and the ratio of the engine to
-// the raw statement on each table.
+// Prints, after Google Benchmark's table, the ratio of the engine's CPU time
+// on 1,000,000 rows to its time on 1,000 rows, and the ratio of the engine
+// to the raw statement on each table.
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -17,6 +17,7 @@
 #include <string>
 
 #include "qorsupport/db/engine/engine.h"
+#include "raw_keyed_read.h"
 
 namespace {
 
@@ -78,31 +79,20 @@ void BM_EngineKeyedRead(benchmark::State& state) {
 
 void BM_RawSqliteKeyedRead(benchmark::State& state) {
   int rows = static_cast<int>(state.range(0));
-  sqlite3* db = nullptr;
-  sqlite3_open_v2(DatabaseWith(rows).c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-  sqlite3_stmt* stmt = nullptr;
-  sqlite3_prepare_v2(db, "SELECT Qty FROM Parts WHERE Code = ?1", -1, &stmt, nullptr);
-  int i = 0;
-  for (auto _ : state) {
-    int key = 1 + (i++ * 7919) % rows;
-    std::string k = Key(key);
-    sqlite3_bind_text(stmt, 1, k.c_str(), static_cast<int>(k.size()), SQLITE_TRANSIENT);
-    if (sqlite3_step(stmt) == SQLITE_ROW) benchmark::DoNotOptimize(sqlite3_column_int(stmt, 0));
-    sqlite3_reset(stmt);
-  }
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
+  qor::bench::RawKeyedRead(state, DatabaseWith(rows), "SELECT Qty FROM Parts WHERE Code = ?1",
+                           rows);
 }
 
 BENCHMARK(BM_EngineKeyedRead)->Arg(kSmall)->Arg(kLarge);
 BENCHMARK(BM_RawSqliteKeyedRead)->Arg(kSmall)->Arg(kLarge);
 
-// Keeps each run's time per iteration to print the ratios.
+// Keeps each run's CPU time per iteration (steadier than the wall clock on
+// a shared machine) to print the ratios.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+      times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
     }
     ConsoleReporter::ReportRuns(runs);
   }

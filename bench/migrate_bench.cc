@@ -83,17 +83,25 @@ double ChildCpuSeconds() {
 
 // Runs command once per iteration after clearing the target, and counts
 // rows per second of real time and of the processor time the processes
-// used (the steadier figure on a shared machine).
+// used (the steadier figure on a shared machine). A command that fails
+// marks the benchmark as failed, leaves *cpu_rate at 0 and stops its loop;
+// the other benchmarks still run.
 void RunCommand(benchmark::State& state, const std::string& command, double* cpu_rate) {
+  *cpu_rate = 0;
   double cpu = 0;
   for (auto _ : state) {
     state.PauseTiming();
     Clear();
     double before = ChildCpuSeconds();
     state.ResumeTiming();
-    if (std::system(command.c_str()) != 0) state.SkipWithError(("failed: " + command).c_str());
-    state.PauseTiming();
+    int status = std::system(command.c_str());
+    state.PauseTiming();  // no timing call may follow SkipWithError
     cpu += ChildCpuSeconds() - before;
+    if (status != 0) {
+      state.SkipWithError(("failed: " + command).c_str());
+      std::fprintf(stderr, "failed (status %d): %s\n", status, command.c_str());
+      return;
+    }
     state.ResumeTiming();
   }
   double rows = static_cast<double>(Describe().rows);
@@ -135,7 +143,7 @@ class RateReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
       auto it = run.counters.find("rows/s");
-      if (it == run.counters.end()) continue;
+      if (run.error_occurred || it == run.counters.end()) continue;
       if (run.benchmark_name().rfind("BM_QorMigrate", 0) == 0) qor_rate = it->second;
       if (run.benchmark_name().rfind("BM_MdbExportSqlite3", 0) == 0) mdbtools_rate = it->second;
     }
@@ -159,6 +167,11 @@ int main(int argc, char** argv) {
         "per processor second: qor migrate %.0f rows, mdb-export | sqlite3 %.0f rows;"
         " ratio %.2f\n",
         qor_cpu_rate, mdbtools_cpu_rate, qor_cpu_rate / mdbtools_cpu_rate);
+  }
+  if (qor_rate == 0 || mdbtools_rate == 0) {
+    std::printf("no ratio: %s failed on this file\n",
+                qor_rate == 0 ? (mdbtools_rate == 0 ? "both commands" : "qor migrate")
+                              : "the mdbtools pipeline");
   }
   Clear();
   std::filesystem::remove(std::filesystem::path(Target()).parent_path());

@@ -2,8 +2,10 @@
 // display properties of fields and, on request, the data.
 
 #include <array>
+#include <functional>
 #include <vector>
 
+#include "db/engine/sqlite/sqlite_backend.h"
 #include "db/names.h"
 #include "db/schema_copy.h"
 #include "qorsupport/db/qor_db.h"
@@ -119,6 +121,80 @@ bool IsUserTable(dao::TableDef& table) {
   return true;
 }
 
+// The SQLite backend of db, or null for another backend.
+dao::sqlite::SqliteBackend* EngineFile(dao::Database& db) {
+  return dynamic_cast<dao::sqlite::SqliteBackend*>(&db.backend());
+}
+
+// A table cloned with its rows between two files of the embedded engine (or
+// inside one): the table and its rows are made in one transaction of the
+// destination, so that they appear together or not at all, with the rows
+// copied set-based (see SqliteBackend::CopyRows). Inactive (End a no-op,
+// CopyRows -1) for other backends or when a transaction is open.
+class SetBasedClone {
+ public:
+  SetBasedClone(dao::Database& src, dao::Database& dest, bool with_data)
+      : from_(EngineFile(src)), to_(EngineFile(dest)) {
+    if (!with_data || !from_ || !to_ || from_->in_transaction() ||
+        !to_->AttachCopySource(from_->name())) {
+      to_ = nullptr;
+      return;
+    }
+    try {
+      to_->BeginTrans();
+    } catch (const Error&) {
+      to_->DetachCopySource();
+      to_ = nullptr;
+    }
+  }
+  ~SetBasedClone() {
+    try {
+      End();
+    } catch (const Error&) {
+      // The clone failed already; its error is the one reported.
+    }
+  }
+  SetBasedClone(const SetBasedClone&) = delete;
+  SetBasedClone& operator=(const SetBasedClone&) = delete;
+
+  // Copies the rows of src_table into the empty dest_table when the two
+  // tables have the same fields with the same types. Returns the rows
+  // copied, or -1 when nothing was copied and the rows must go one by one.
+  int64_t CopyRows(const std::string& src_table, const std::string& dest_table,
+                   const std::function<void(int64_t)>& progress) {
+    if (!to_) return -1;
+    const dao::TableInfo source = from_->Table(src_table);
+    const dao::TableInfo target = to_->Table(dest_table);
+    if (source.fields.size() != target.fields.size()) return -1;
+    std::vector<std::string> columns;
+    for (const dao::FieldInfo& f : source.fields) {
+      int i = dao::FindByName(target.fields, f.name);
+      if (i < 0 || target.fields[static_cast<size_t>(i)].type != f.type) return -1;
+      columns.push_back(f.name);
+    }
+    return to_->CopyRows(source.name, target.name, columns, progress);
+  }
+
+  // Commits what was made (the table, with its rows or without them) and
+  // detaches the source; a failed commit raises.
+  void End() {
+    if (!to_) return;
+    dao::sqlite::SqliteBackend* to = to_;
+    to_ = nullptr;
+    try {
+      to->CommitTrans();
+    } catch (...) {
+      to->DetachCopySource();
+      throw;
+    }
+    to->DetachCopySource();
+  }
+
+ private:
+  dao::sqlite::SqliteBackend* from_;
+  dao::sqlite::SqliteBackend* to_;
+};
+
 }  // namespace
 
 bool qorDb::CloneField(const std::string& pFieldName, dao::TableDef& pSrcTbl,
@@ -153,6 +229,7 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
   std::shared_ptr<dao::Recordset> source_rows;
   std::shared_ptr<dao::Recordset> dest_rows;
   bool result = Guard(reporter, false, [&] {
+    SetBasedClone set_based(pSrcDb, pDestDb, pCopyData);
     // The test is for the source table's name, whatever pDestTableName says.
     if (pFailIfExists && CheckTableExists(pDestDb, Variant(pTableName))) {
       reporter.Fail(Variant("Destination table " + pTableName + " exists"));
@@ -183,6 +260,19 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
     CloneFieldAccessProps(*source, *pDestDb.GetTableDefs()->Item(Variant(dest_name)), false);
     if (!pCopyData) return true;
 
+    // Progress never goes back: after a set-based copy that failed, the rows
+    // one by one report only beyond what it reported.
+    int64_t reported = 0;
+    const int64_t copied_set_based = set_based.CopyRows(pTableName, dest_name, [&](int64_t rows) {
+      if (rows % kProgressRows != 0 || !copy_progress_) return;
+      copy_progress_(dest_name, rows);
+      reported = rows;
+    });
+    set_based.End();
+    if (copied_set_based >= 0) {
+      if (copied_set_based > 0 && copy_progress_) copy_progress_(dest_name, copied_set_based);
+      return true;
+    }
     source_rows = pSrcDb.OpenRecordset(pTableName);
     if (source_rows->Bof() && source_rows->Eof()) return true;
     dest_rows = pDestDb.OpenRecordset(dest_name);
@@ -200,7 +290,9 @@ bool qorDb::CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao
       }
       dest_rows->Update();
       batches.RowWritten();
-      if (++copied % kProgressRows == 0 && copy_progress_) copy_progress_(dest_name, copied);
+      if (++copied % kProgressRows == 0 && copy_progress_ && copied > reported) {
+        copy_progress_(dest_name, copied);
+      }
       source_rows->MoveNext();
     }
     batches.Finish();

@@ -70,18 +70,23 @@ bool qorDb::FieldDataReadWriteDb(Variant& pFieldData, dao::Database& pDataBase,
       if (!pWriteFlag) pFieldData = Variant::Null();
       return false;
     };
-    if (rs->Bof() && rs->Eof()) return not_there("Table has no records");
     // Only the test for the two words trims and upper-cases the key; a text
     // key reading FIRSTRECORD or LASTRECORD cannot be searched for.
     const Variant word = TrimUpper(pKeyVal);
-    if (word.IsString() && word.AsString() == "FIRSTRECORD") {
-      rs->MoveFirst();
-    } else if (word.IsString() && word.AsString() == "LASTRECORD") {
-      rs->MoveLast();
+    const bool first = word.IsString() && word.AsString() == "FIRSTRECORD";
+    const bool last = word.IsString() && word.AsString() == "LASTRECORD";
+    if (first || last) {
+      if (rs->Bof() && rs->Eof()) return not_there("Table has no records");
+      if (first) rs->MoveFirst();
+      if (last) rs->MoveLast();
     } else {
+      // The search comes first: an empty table is told apart only when it
+      // finds nothing (a failed FindFirst leaves the recordset unplaced).
       int key_type = rs->GetFields()->Item(Variant(pKeyName))->Type();
       rs->FindFirst(KeyCriterion(Procs(), pTableName, pKeyName, key_type, pKeyVal));
-      if (rs->NoMatch()) return not_there("Key not found");
+      if (rs->NoMatch()) {
+        return not_there(rs->Bof() && rs->Eof() ? "Table has no records" : "Key not found");
+      }
     }
     auto field = rs->GetFields()->Item(Variant(pFieldName));
     if (pWriteFlag) {

@@ -13,6 +13,7 @@
 #include "qorsupport/db/qor_db.h"
 #include "qorsupport/frame/error.h"
 #include "qorsupport/frame/vb.h"
+#include "staged_file.h"
 
 namespace qor::tool {
 
@@ -117,11 +118,16 @@ MigrationReport MigrateToFile(const std::string& source, const std::string& targ
                               const ProgressFn& progress) {
   auto engine = DBEngine::Get();
   auto src = engine->OpenDatabase(source, Variant(false), Variant(true));
-  if (::access(target.c_str(), F_OK) == 0) dao::Fail(dao::e::kDatabaseExists);
+  // Built under a temporary name, put in place when complete.
+  StagedDatabase staged(target);
   MigrationReport report;
   std::shared_ptr<Database> dst;
   try {
-    dst = engine->CreateDatabase(target, dao::kLangGeneral);
+    dst = engine->CreateDatabase(staged.path(), dao::kLangGeneral);
+    // Nobody sees the file before it is complete and synced as a whole (see
+    // StagedDatabase::Publish): its commits need not reach the disk one by
+    // one.
+    dst->Execute("PRAGMA synchronous = OFF", Variant(dao::kSQLPassThrough));
     MigrationProgress at;
     std::vector<std::shared_ptr<TableDef>> tables = UserTables(*src, report, at);
     // CloneTable makes each table with its fields, indexes, rules and
@@ -164,8 +170,11 @@ MigrationReport MigrateToFile(const std::string& source, const std::string& targ
         report.left_out.push_back("query " + q->Name() + ": " + error.description());
       }
     }
+    // The file stands alone when it is put in place: no write-ahead log.
+    dst->Execute("PRAGMA journal_mode=DELETE", Variant(dao::kSQLPassThrough));
     dst->Close();
     src->Close();
+    staged.Publish();
   } catch (...) {
     if (dst && dst->IsOpen()) {
       try {
@@ -173,8 +182,7 @@ MigrationReport MigrateToFile(const std::string& source, const std::string& targ
       } catch (const Error&) {
       }
     }
-    if (dst) dao::RemoveDatabaseFiles(target);
-    throw;
+    throw;  // staged removes what was built
   }
   return report;
 }

@@ -8,10 +8,12 @@
 // (Description, ...) are added after it, and stored queries whose SQL the
 // source holds become query definitions. CloneTable's own failures are
 // reported through the library's reporting (the current user interface).
-// The target must not exist. A migration that fails, or whose target holds
-// a different number of rows than the source for any table, removes the
-// target (and the files the engine keeps beside it) and raises the error:
-// it never leaves a half-written database behind.
+// The target must not exist. The database is built under a temporary name
+// in the target's folder and put in place only when complete (see
+// staged_file.h): a migration that fails, whose target would hold a
+// different number of rows than the source for any table, or that is
+// killed, leaves nothing behind, neither a half-written database nor
+// temporary files.
 //
 // Into an ODBC data source (a target "ODBC;DSN=...;UID=...;PWD=..."): each
 // user table is created in the server's dialect (chosen by its product

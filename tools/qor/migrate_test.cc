@@ -2,6 +2,7 @@
 // through the engine and compared with the source read through the legacy
 // backend.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -132,6 +133,19 @@ TEST(QorMigrate, FailuresLeaveNoTargetBehind) {
   EXPECT_NE(run.err.find("error 3049"), std::string::npos) << run.err;
   EXPECT_FALSE(std::filesystem::exists(target));
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
+
+  // A source that is no regular file is refused at once: a FIFO without a
+  // writer would block any read of it for ever.
+  std::string fifo = dir.File("pipe.mdb");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::string& source : {fifo, std::string("/dev/zero"), dir.path().string()}) {
+    run = RunProgram({testing::QorBinary(), "migrate", source, target}, "");
+    EXPECT_EQ(run.status, 1) << source;
+    EXPECT_TRUE(run.err.find("error 3343") != std::string::npos ||
+                run.err.find("error 3044") != std::string::npos)
+        << run.err;
+    EXPECT_FALSE(std::filesystem::exists(target));
+  }
 
   // An existing target is never touched.
   std::ofstream(target) << "keep me";

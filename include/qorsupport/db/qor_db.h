@@ -189,9 +189,12 @@ class qorDb : public Object {
   // pFailIfExists tests the destination for pTableName, also when
   // pDestTableName names the copy otherwise. Nothing reaches pDestDb before
   // every field and index is built; a failure while copying data leaves
-  // the table and the rows copied so far. The display properties (Format,
-  // InputMask, DecimalPlaces, NewValues, Caption) follow each field; a
-  // failure to copy one is always reported.
+  // the table and the rows copied so far. Between two files of the
+  // embedded engine the rows go set-based in one transaction, every rule of
+  // the destination holding for each row; a row that breaks one sends the
+  // rows one by one, so what is kept and reported is the same. The display
+  // properties (Format, InputMask, DecimalPlaces, NewValues, Caption)
+  // follow each field; a failure to copy one is always reported.
   bool CloneTable(const std::string& pTableName, dao::Database& pSrcDb, dao::Database& pDestDb,
                   bool pCopyData, const std::string& pDestTableName = "",
                   bool pFailIfExists = false, bool Verbose = false);

@@ -1,5 +1,7 @@
 #include "qorsupport/db/engine/dao.h"
 
+#include <strings.h>
+
 #include <mutex>
 #include <utility>
 
@@ -206,7 +208,13 @@ void Fail(int32_t number, std::vector<std::string> args, std::string_view where)
 }
 
 bool SameName(std::string_view a, std::string_view b) {
-  return vb::StrComp(a, b, vb::CompareMode::kText) == 0;
+  // Names are nearly always ASCII: compare those without decoding them
+  // (names hold no NUL, see CheckName).
+  bool ascii = true;
+  for (unsigned char c : a) ascii = ascii && c < 0x80;
+  for (unsigned char c : b) ascii = ascii && c < 0x80;
+  if (!ascii) return vb::StrComp(a, b, vb::CompareMode::kText) == 0;
+  return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 void CheckName(std::string_view name) {

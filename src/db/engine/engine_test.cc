@@ -238,6 +238,48 @@ TEST_F(EngineTest, RecordsetNavigationAndFind) {
   EXPECT_DAO_ERROR(rs->MoveFirst(), e::kObjectInvalid);
 }
 
+// A recordset opens with the connection's cached description of its table
+// and confirms it with its first statement: what another connection
+// changed since must show, whichever operation comes first.
+TEST_F(EngineTest, RecordsetsSeeAnotherConnectionsSchemaChanges) {
+  auto rs = db_->OpenRecordset("Parts", Long(kOpenDynaset));
+  AddPart(*rs, "A1", 1);
+  AddPart(*rs, "B2", 2);
+  rs->Close();
+  rs = db_->OpenRecordset("Parts", Long(kOpenDynaset));  // the cache is warm now
+  rs->Close();
+
+  auto other = DBEngine::Get()->OpenDatabase(path_);
+  auto parts = other->GetTableDefs()->Item("Parts");
+  parts->GetFields()->Append(NewField(*parts, "Colour", kText, 10));
+  other->Execute("UPDATE Parts SET Colour = 'red'");
+
+  rs = db_->OpenRecordset("Parts", Long(kOpenDynaset));
+  rs->FindFirst("[Code] = 'B2'");  // the first statement finds the change
+  ASSERT_FALSE(rs->NoMatch());
+  EXPECT_EQ(rs->Value("Colour"), Variant("red"));
+  EXPECT_EQ(rs->GetFields()->Count(), 8);
+  parts->GetFields()->Delete("Notes");
+
+  // Fields shown before the first statement are those of a recordset opened
+  // before the change: they must all still be there.
+  auto shown = db_->OpenRecordset("Parts", Long(kOpenDynaset));
+  EXPECT_EQ(shown->GetFields()->Count(), 8);
+  EXPECT_DAO_ERROR(shown->MoveFirst(), e::kObjectInvalid);
+  auto after = db_->OpenRecordset("Parts", Long(kOpenDynaset));
+  EXPECT_EQ(after->Value("Code"), Variant("A1"));  // placed on its first record
+  EXPECT_EQ(after->GetFields()->Count(), 7);
+  EXPECT_DAO_ERROR(after->Value("Notes"), e::kItemNotFound);
+  other->Close();
+
+  // A recordset reads its first record when asked, not when it opens.
+  auto empty_first = db_->OpenRecordset("SELECT * FROM Parts WHERE Qty > 5");
+  auto lazy = db_->OpenRecordset("Parts", Long(kOpenDynaset));
+  db_->Execute("DELETE FROM Parts");
+  EXPECT_TRUE(lazy->Bof() && lazy->Eof());
+  EXPECT_TRUE(empty_first->Bof() && empty_first->Eof());
+}
+
 TEST_F(EngineTest, EditUpdateDeleteAndTheirErrors) {
   auto rs = db_->OpenRecordset("Parts");
   EXPECT_EQ(rs->Type(), kOpenTable);
@@ -323,6 +365,35 @@ TEST_F(EngineTest, RulesHoldForRecordsetsAndPlainSqlAlike) {
   EXPECT_EQ(counter->Value("Highest"), Long(2));
 }
 
+// The catalog is the engine's: SQL from the user reads it but cannot
+// change it, in Jet SQL or passed through, while the catalog's own
+// triggers (counter seeds) keep working.
+TEST_F(EngineTest, CatalogIsReadOnlyToUserSql) {
+  EXPECT_DAO_ERROR(db_->Execute("DELETE FROM MSysObjects"), e::kReadOnly);
+  EXPECT_DAO_ERROR(db_->Execute("UPDATE MSysColumns SET Size = 1"), e::kReadOnly);
+  EXPECT_DAO_ERROR(db_->Execute("INSERT INTO MSysProperties (Kind, Name) VALUES ('D', 'X')",
+                                Long(kSQLPassThrough)),
+                   e::kReadOnly);
+  EXPECT_DAO_ERROR(db_->Execute("DROP TABLE MSysIndexes", Long(kSQLPassThrough)), e::kReadOnly);
+  EXPECT_DAO_ERROR(db_->Execute("CREATE INDEX x ON MSysObjects (Kind)", Long(kSQLPassThrough)),
+                   e::kReadOnly);
+  EXPECT_DAO_ERROR(db_->OpenRecordset("DELETE FROM msysobjects RETURNING Name", Long(kOpenSnapshot),
+                                      Long(kSQLPassThrough)),
+                   e::kReadOnly);
+
+  db_->Execute("INSERT INTO Parts (Code, Qty) VALUES ('A1', 1)");
+  db_->Execute("INSERT INTO Parts (Code, Qty) VALUES ('B2', 2)");
+  Reopen();
+  auto parts = db_->GetTableDefs()->Item("Parts");
+  EXPECT_EQ(parts->GetFields()->Count(), 7);
+  EXPECT_EQ(parts->GetFields()->Item("Code")->Size(), 10);
+  auto rs = db_->OpenRecordset("SELECT Name FROM MSysObjects WHERE Name = 'Parts'");
+  EXPECT_EQ(rs->Value("Name"), Variant("Parts"));
+  rs = db_->OpenRecordset("Parts");
+  rs->MoveLast();
+  EXPECT_EQ(rs->Value("Id"), Long(2));
+}
+
 TEST_F(EngineTest, QueriesAndSqlRecordsets) {
   auto rs = db_->OpenRecordset("Parts");
   for (const char* code : {"A1", "B2", "C3"}) AddPart(*rs, code, 1);
@@ -392,6 +463,12 @@ TEST_F(EngineTest, BadFilesGiveDaoErrorsAndLeaveNothingDamaged) {
     EXPECT_EQ(error.number(), e::kUnrecognizedFormat);
     EXPECT_EQ(error.description(), "Unrecognized database format '" + dir_.File("text.mdb") + "'.");
   }
+  // What is no regular file is refused before anything reads from it (a
+  // FIFO without a writer would block the open for ever).
+  ASSERT_EQ(::mkfifo(dir_.File("pipe.mdb").c_str(), 0600), 0);
+  EXPECT_DAO_ERROR(engine->OpenDatabase(dir_.File("pipe.mdb")), e::kUnrecognizedFormat);
+  EXPECT_DAO_ERROR(engine->OpenDatabase("/dev/zero"), e::kUnrecognizedFormat);
+  EXPECT_DAO_ERROR(engine->OpenDatabase(dir_.path().string()), e::kInvalidPath);
 
   // A full disk: the statement fails whole and the file stays sound.
   auto rs = db_->OpenRecordset("Parts");

@@ -14,17 +14,25 @@ Recordset::Recordset(std::weak_ptr<Database> db, std::unique_ptr<Cursor> cursor,
   fields_ = std::make_shared<Fields>("Fields", Fields::Hooks{});
   fields_->SetHooks({nullptr, [](const std::shared_ptr<Field>&) { Fail(e::kNotSupported); },
                      [](const std::shared_ptr<Field>&) { Fail(e::kNotSupported); }});
-  Positioned(cursor_->First());
 }
 
 Recordset::~Recordset() = default;
 
-Cursor& Recordset::Cur() const {
+Cursor& Recordset::Unplaced() const {
   if (!cursor_) Fail(e::kObjectInvalid);
   return *cursor_;
 }
 
-bool Recordset::Updatable() const { return Cur().updatable(); }
+Cursor& Recordset::Cur() const {
+  Cursor& c = Unplaced();
+  if (!placed_) {
+    bof_ = eof_ = !c.First();
+    placed_ = true;
+  }
+  return c;
+}
+
+bool Recordset::Updatable() const { return Unplaced().updatable(); }
 
 bool Recordset::Bof() const {
   Cur();
@@ -41,9 +49,12 @@ bool Recordset::NoMatch() const {
   return no_match_;
 }
 
-int32_t Recordset::RecordCount() { return static_cast<int32_t>(Cur().Count()); }
+int32_t Recordset::RecordCount() { return static_cast<int32_t>(Unplaced().Count()); }
 
-void Recordset::Positioned(bool found) { bof_ = eof_ = !found; }
+void Recordset::Positioned(bool found) {
+  bof_ = eof_ = !found;
+  placed_ = true;
+}
 
 void Recordset::EndEdit() {
   if (cursor_) cursor_->UnlockRow();
@@ -53,7 +64,7 @@ void Recordset::EndEdit() {
 }
 
 void Recordset::MoveFirst() {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();
   EndEdit();
   if (!c.First()) {
     Positioned(false);
@@ -63,7 +74,7 @@ void Recordset::MoveFirst() {
 }
 
 void Recordset::MoveLast() {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();
   EndEdit();
   if (!c.Last()) {
     Positioned(false);
@@ -104,13 +115,17 @@ void Recordset::Move(int32_t rows) {
 }
 
 void Recordset::Find(std::string_view criteria, Cursor::Direction direction) {
-  Cursor& c = Cur();
+  // FindFirst and FindLast do not start from the current record; when one
+  // fails, the recordset stays where it was (unplaced, if it was).
+  const bool from_current =
+      direction == Cursor::Direction::kNext || direction == Cursor::Direction::kPrevious;
+  Cursor& c = from_current ? Cur() : Unplaced();
   EndEdit();
   if (direction == Cursor::Direction::kNext && bof_) direction = Cursor::Direction::kFirst;
   if (direction == Cursor::Direction::kPrevious && eof_) direction = Cursor::Direction::kLast;
   bool found = c.Find(criteria, direction);
   no_match_ = !found;
-  if (found) bof_ = eof_ = false;
+  if (found) Positioned(true);
 }
 
 void Recordset::FindFirst(std::string_view criteria) { Find(criteria, Cursor::Direction::kFirst); }
@@ -121,7 +136,7 @@ void Recordset::FindPrevious(std::string_view criteria) {
 }
 
 void Recordset::AddNew() {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();
   if (!c.updatable()) Fail(e::kReadOnly);
   EndEdit();
   const auto& fields = c.fields();
@@ -152,7 +167,7 @@ void Recordset::Edit() {
 }
 
 void Recordset::Update() {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();  // a new record needs no position; Edit placed it
   if (mode_ == EditMode::kNone) Fail(e::kUpdateWithoutEdit);
   if (mode_ == EditMode::kAdd) {
     last_modified_ = c.Insert(buffer_);
@@ -175,7 +190,7 @@ void Recordset::Update() {
 }
 
 void Recordset::CancelUpdate() {
-  Cur();
+  Unplaced();
   if (mode_ == EditMode::kNone) Fail(e::kUpdateWithoutEdit);
   EndEdit();
 }
@@ -205,23 +220,23 @@ std::string Recordset::Bookmark() const {
 }
 
 void Recordset::SetBookmark(std::string_view bookmark) {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();
   char* end = nullptr;
   std::string text(bookmark);
   long long key = std::strtoll(text.c_str(), &end, 10);
   if (text.empty() || *end != '\0' || !c.GoTo(key)) Fail(e::kNotValidBookmark);
   EndEdit();
-  bof_ = eof_ = false;
+  Positioned(true);
 }
 
 std::string Recordset::LastModified() const {
-  Cur();
+  Unplaced();
   if (!last_modified_) Fail(e::kNoCurrentRecord);
   return std::to_string(*last_modified_);
 }
 
 std::shared_ptr<Fields> Recordset::GetFields() {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();
   if (fields_->raw().empty() && !c.fields().empty()) {
     std::weak_ptr<Recordset> weak = weak_from_this();
     for (size_t i = 0; i < c.fields().size(); ++i) {
@@ -232,11 +247,15 @@ std::shared_ptr<Fields> Recordset::GetFields() {
 }
 
 Variant Recordset::Value(std::string_view field) const {
-  return const_cast<Recordset*>(this)->GetFields()->Item(field)->Value();
+  // By position, without making the Field objects.
+  Cursor& c = mode_ == EditMode::kAdd ? Unplaced() : Cur();
+  int position = FindByName(c.fields(), field);
+  if (position < 0) return const_cast<Recordset*>(this)->GetFields()->Item(field)->Value();
+  return FieldValue(static_cast<size_t>(position));
 }
 
 Variant Recordset::FieldValue(size_t position) const {
-  Cursor& c = Cur();
+  Cursor& c = mode_ == EditMode::kAdd ? Unplaced() : Cur();
   if (mode_ == EditMode::kAdd) {
     return buffer_[position] ? *buffer_[position] : Variant::Null();
   }
@@ -246,7 +265,7 @@ Variant Recordset::FieldValue(size_t position) const {
 }
 
 void Recordset::SetFieldValue(size_t position, const Variant& value) {
-  Cursor& c = Cur();
+  Cursor& c = Unplaced();
   if (mode_ == EditMode::kNone) Fail(e::kUpdateWithoutEdit);
   const FieldInfo& field = c.fields()[position];
   if (mode_ == EditMode::kEdit && (field.attributes & kAutoIncrField)) {

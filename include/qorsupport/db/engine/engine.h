@@ -403,7 +403,12 @@ class Recordset : public Object, public std::enable_shared_from_this<Recordset> 
   void Invalidate();
 
  private:
+  // The cursor, placed on its first record when the recordset has not been
+  // placed yet: a recordset reads its first record when something needs
+  // it, not when it opens.
   Cursor& Cur() const;
+  // The cursor as it is, for operations that do not depend on the position.
+  Cursor& Unplaced() const;
   void EndEdit();
   void Positioned(bool found);
   void Find(std::string_view criteria, Cursor::Direction direction);
@@ -413,8 +418,9 @@ class Recordset : public Object, public std::enable_shared_from_this<Recordset> 
   std::string name_;
   int type_;
   std::shared_ptr<Fields> fields_;
-  bool bof_ = true;
-  bool eof_ = true;
+  mutable bool placed_ = false;  // bof_ and eof_ hold
+  mutable bool bof_ = true;
+  mutable bool eof_ = true;
   bool no_match_ = false;
   EditMode mode_ = EditMode::kNone;
   std::vector<std::optional<Variant>> buffer_;

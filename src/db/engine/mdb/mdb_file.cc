@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -412,6 +413,7 @@ void CheckFile(const std::string& path) {
     Fail(e::kFileNotFound, {path});
   }
   if (S_ISDIR(st.st_mode)) Fail(e::kInvalidPath, {path});
+  if (!S_ISREG(st.st_mode)) Fail(e::kUnrecognizedFormat, {path});  // a FIFO would block
   if (::access(path.c_str(), R_OK) != 0) Fail(e::kNoPermission, {path});
 }
 
@@ -542,9 +544,14 @@ void ProbeCatalog(const std::string& path) {
   // The parent's buffered output must not be written twice by the child.
   std::fflush(stdout);
   std::fflush(stderr);
+  const pid_t parent = ::getpid();
   pid_t child = ::fork();
   if (child < 0) Fail(e::kCannotOpen, {path});
   if (child == 0) {
+    // The reader ends with its parent, also when the parent is killed
+    // before it could ask (or died before the request took hold).
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(4);
     // libmdb reports what it cannot parse on standard output and error; a
     // catalog that makes it say anything is taken as damaged, so that the
     // caller's own output never carries libmdb's complaints.

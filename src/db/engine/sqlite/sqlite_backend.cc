@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -41,6 +42,13 @@ const char* const kCatalog =
     " ObjectName TEXT COLLATE NOCASE, Name TEXT COLLATE NOCASE, Type INTEGER, Value,"
     " Position INTEGER, PRIMARY KEY(Kind, TableName, ObjectName, Name));";
 
+// The tables a database shows (SQLite's own left out), each with whether
+// the catalog describes it.
+constexpr const char* kTablesSql =
+    "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
+    " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
+    " 'sqlite!_%' ESCAPE '!'";
+
 // The application id that marks a file as ours ("QORD").
 constexpr int kApplicationId = 0x514F5244;
 
@@ -64,6 +72,48 @@ int TypeFromDeclared(std::string_view declared) {
 
 }  // namespace
 
+namespace {
+
+bool IsCatalogTable(const char* name) {
+  return name != nullptr && sqlite3_strnicmp(name, "MSys", 4) == 0;
+}
+
+// SQLite's authorizer while user SQL is prepared: the catalog is read-only
+// to it. The catalog's own triggers (trigger is set) keep their writes.
+int GuardCatalog(void* active, int action, const char* a, const char* b, const char* /*db*/,
+                 const char* trigger) {
+  if (!*static_cast<bool*>(active) || trigger != nullptr) return SQLITE_OK;
+  switch (action) {
+    case SQLITE_INSERT:
+    case SQLITE_UPDATE:
+    case SQLITE_DELETE:
+    case SQLITE_DROP_TABLE:
+      return IsCatalogTable(a) ? SQLITE_DENY : SQLITE_OK;
+    case SQLITE_ALTER_TABLE:
+    case SQLITE_CREATE_INDEX:
+    case SQLITE_DROP_INDEX:
+    case SQLITE_CREATE_TRIGGER:
+    case SQLITE_DROP_TRIGGER:
+      return IsCatalogTable(b) ? SQLITE_DENY : SQLITE_OK;
+    default:
+      return SQLITE_OK;
+  }
+}
+
+// Marks the statements prepared and run in its lifetime as the user's.
+class UserSql {
+ public:
+  explicit UserSql(bool* flag) : flag_(flag) { *flag_ = true; }
+  ~UserSql() { *flag_ = false; }
+  UserSql(const UserSql&) = delete;
+  UserSql& operator=(const UserSql&) = delete;
+
+ private:
+  bool* flag_;
+};
+
+}  // namespace
+
 // ---- Opening ---------------------------------------------------------------------
 
 SqliteBackend::SqliteBackend(std::string path, std::unique_ptr<Db> db, bool read_only)
@@ -83,6 +133,7 @@ std::unique_ptr<SqliteBackend> SqliteBackend::Open(const OpenRequest& request) {
     Fail(e::kFileNotFound, {path});
   }
   if (S_ISDIR(st.st_mode)) Fail(e::kInvalidPath, {path});
+  if (!S_ISREG(st.st_mode)) Fail(e::kUnrecognizedFormat, {path});  // a FIFO would block
   if (::access(path.c_str(), R_OK) != 0) Fail(e::kNoPermission, {path});
   {
     std::ifstream in(path, std::ios::binary);
@@ -160,6 +211,7 @@ void SqliteBackend::Prepare(bool create) {
   sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
   sqlite3_busy_timeout(db_->raw(), 0);
+  sqlite3_set_authorizer(db_->raw(), GuardCatalog, &user_sql_);
   // Validate the file before anything else touches it.
   db_->Exec("SELECT count(*) FROM sqlite_schema");
   if (create) {
@@ -374,26 +426,80 @@ std::vector<TableInfo> SqliteBackend::ReadTables() {
   cached_version_ = CatalogVersion();
   std::vector<std::pair<std::string, bool>> names;
   {
-    auto stmt = db_->Prepare(
-        "SELECT s.name, o.Name IS NOT NULL FROM sqlite_schema s LEFT JOIN MSysObjects o"
-        " ON o.Name = s.name AND o.Kind = 'T' WHERE s.type = 'table' AND s.name NOT LIKE"
-        " 'sqlite!_%' ESCAPE '!' ORDER BY s.name COLLATE NOCASE");
+    auto stmt = db_->Prepare(std::string(kTablesSql) + " ORDER BY s.name COLLATE NOCASE");
     while (stmt->Step()) names.emplace_back(stmt->Text(0), stmt->Int(1) != 0);
   }
   std::vector<TableInfo> tables;
   table_cache_.clear();
   for (const auto& [name, in_catalog] : names) {
     tables.push_back(Describe(name, in_catalog));
-    table_cache_[Upper(name)] = tables.back();
+    table_cache_[Upper(name)] = std::make_shared<const TableInfo>(tables.back());
   }
   cache_valid_ = true;
+  cache_complete_ = true;
   return tables;
 }
 
-const TableInfo& SqliteBackend::Table(std::string_view name) {
-  if (!cache_valid_ || CatalogVersion() != cached_version_) ReadTables();
+uint32_t SqliteBackend::DataVersion() {
+  unsigned int version = 0;
+  sqlite3_file_control(db_->raw(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  return version;
+}
+
+bool SqliteBackend::CatalogCurrent() {
+  if (!cache_valid_) return false;
+  if (seen_valid_ && DataVersion() == seen_data_version_) return true;
+  if (CatalogVersion() != cached_version_) return false;
+  seen_data_version_ = DataVersion();
+  seen_valid_ = true;
+  return true;
+}
+
+const TableInfo& SqliteBackend::Table(std::string_view name) { return *SharedTable(name); }
+
+std::shared_ptr<const TableInfo> SqliteBackend::SharedTable(std::string_view name) {
+  const int64_t version = CatalogVersion();
+  if (!cache_valid_ || version != cached_version_) {
+    // A new cache for this version, filled as tables are asked for: after
+    // a change to one table only that one is read again.
+    table_cache_.clear();
+    cache_complete_ = false;
+    cached_version_ = version;
+    cache_valid_ = true;
+  }
+  seen_data_version_ = DataVersion();
+  seen_valid_ = true;
+  const std::string key = Upper(name);
+  if (auto it = table_cache_.find(key); it != table_cache_.end()) return it->second;
+  if (!cache_complete_) {
+    auto stmt = db_->Prepare(std::string(kTablesSql) + " AND s.name = ?1 COLLATE NOCASE");
+    stmt->BindText(1, name);
+    if (stmt->Step()) {
+      const std::string real = stmt->Text(0);
+      const bool in_catalog = stmt->Int(1) != 0;
+      stmt.reset();
+      auto info = std::make_shared<const TableInfo>(Describe(real, in_catalog));
+      return table_cache_[Upper(real)] = std::move(info);
+    }
+    stmt.reset();
+    // SQLite's NOCASE folds ASCII letters only; other names are looked up
+    // as the full read keys them.
+    bool ascii = true;
+    for (unsigned char c : name) ascii = ascii && c < 0x80;
+    if (!ascii) {
+      ReadTables();
+      if (auto it = table_cache_.find(key); it != table_cache_.end()) return it->second;
+    }
+  }
+  Fail(e::kInputTableNotFound, {std::string(name)});
+}
+
+std::shared_ptr<const TableInfo> SqliteBackend::TableFromCache(std::string_view name) {
+  if (!cache_valid_ || !seen_valid_ || DataVersion() != seen_data_version_) {
+    return SharedTable(name);
+  }
   auto it = table_cache_.find(Upper(name));
-  if (it == table_cache_.end()) Fail(e::kInputTableNotFound, {std::string(name)});
+  if (it == table_cache_.end()) return SharedTable(name);
   return it->second;
 }
 
@@ -438,6 +544,10 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
     text = st.sql;
   }
   CheckWritable();
+  // Inside a transaction the statement's changes (DDL too) leave the data
+  // version alone until the commit: the next lookup compares versions.
+  seen_valid_ = false;
+  UserSql user(&user_sql_);
   auto stmt = db_->PrepareOnce(text);
   stmt->Run();
   return db_->Changes();
@@ -445,13 +555,13 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
 
 std::unique_ptr<Cursor> SqliteBackend::OpenTable(std::string_view table, int type,
                                                  int32_t options) {
-  const TableInfo& info = Table(table);
+  std::shared_ptr<const TableInfo> info = TableFromCache(table);
   bool writable =
       !read_only_ && type != kOpenSnapshot && type != kOpenForwardOnly && !(options & kReadOnly);
-  if (locks_ && !locks_->TableFree(info.name, false)) {
-    Fail(e::kTableLockedByUser, {info.name, "Admin", "this machine"});
+  if (locks_ && !locks_->TableFree(info->name, false)) {
+    Fail(e::kTableLockedByUser, {info->name, "Admin", "this machine"});
   }
-  return MakeTableCursor(this, info, writable, options);
+  return MakeTableCursor(this, std::move(info), writable, options);
 }
 
 std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type, int32_t options) {
@@ -464,6 +574,7 @@ std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type,
   }
   bool writable =
       !read_only_ && type == kOpenDynaset && !(options & kReadOnly) && !st.single_table.empty();
+  UserSql user(&user_sql_);
   return MakeQueryCursor(this, st.sql, writable ? st.single_table : "");
 }
 
@@ -473,6 +584,126 @@ Variant SqliteBackend::Evaluate(std::string_view expression, int type) {
   auto stmt = db_->PrepareOnce("SELECT " + jet::TranslateExpression(text));
   stmt->Step();
   return stmt->Value(0, type);
+}
+
+bool SqliteBackend::AttachCopySource(const std::string& source_path) {
+  if (read_only_ || in_transaction_ || !copy_schema_.empty()) return false;
+  std::error_code error;
+  if (std::filesystem::equivalent(source_path, path_, error)) {
+    copy_schema_ = "main";
+    return true;
+  }
+  try {
+    auto attach = db_->PrepareOnce("ATTACH DATABASE ?1 AS qor_copy_source");
+    attach->BindText(1, source_path);
+    attach->Run();
+  } catch (const Error&) {
+    return false;
+  }
+  copy_schema_ = "qor_copy_source";
+  return true;
+}
+
+void SqliteBackend::DetachCopySource() {
+  if (copy_schema_ == "qor_copy_source") {
+    try {
+      db_->Exec("DETACH DATABASE qor_copy_source");
+    } catch (const Error&) {
+    }
+  }
+  copy_schema_.clear();
+}
+
+int64_t SqliteBackend::CopyRows(std::string_view source_table, std::string_view dest_table,
+                                const std::vector<std::string>& columns,
+                                const std::function<void(int64_t)>& progress) {
+  constexpr int kChunkRows = 1000;  // rows between two progress calls
+  if (read_only_ || copy_schema_.empty() || columns.empty()) return -1;
+  std::string list;
+  for (const std::string& c : columns) list += (list.empty() ? "" : ", ") + QuoteName(c);
+  const std::string from = copy_schema_ + "." + QuoteName(std::string(source_table));
+  const std::string chunk = " WHERE rowid > ?1 ORDER BY rowid LIMIT " + std::to_string(kChunkRows);
+  // Counters: the trigger that moves a counter's seed on past each row
+  // written is set aside for the copy, and the seed moved once after it, in
+  // the same transaction (so no other writer ever sees the table without
+  // it), unless a source row lacks a value the trigger would give it.
+  const TableInfo dest = Table(dest_table);
+  std::vector<std::string> counters;
+  for (const FieldInfo& f : dest.fields) {
+    if ((f.attributes & kAutoIncrField) &&
+        std::find(columns.begin(), columns.end(), f.name) != columns.end()) {
+      counters.push_back(f.name);
+    }
+  }
+  const std::string counter_trigger = dest.name + ".counter";
+  std::string trigger_sql;
+  bool begun = false;
+  try {
+    // Inside the caller's transaction, or a transaction of its own.
+    db_->Exec("SAVEPOINT qor_copy");
+    begun = true;
+    if (!counters.empty()) {
+      bool complete = true;
+      for (const std::string& c : counters) {
+        auto nulls = db_->PrepareOnce("SELECT count(*) FROM " + from + " WHERE " + QuoteName(c) +
+                                      " IS NULL");
+        nulls->Step();
+        complete = complete && nulls->Int(0) == 0;
+      }
+      auto sql = db_->PrepareOnce(
+          "SELECT sql FROM main.sqlite_schema WHERE type = 'trigger' AND name = ?1");
+      sql->BindText(1, counter_trigger);
+      if (complete && sql->Step()) trigger_sql = sql->Text(0);
+    }
+    if (!trigger_sql.empty()) db_->Exec("DROP TRIGGER main." + QuoteName(counter_trigger));
+    int64_t done = 0;
+    {
+      // Chunks in rowid order: the rows after the last one copied.
+      auto insert = db_->PrepareOnce("INSERT INTO main." + QuoteName(std::string(dest_table)) +
+                                     " (" + list + ") SELECT " + list + " FROM " + from + chunk);
+      auto next = db_->PrepareOnce("SELECT max(rowid), count(*) FROM (SELECT rowid FROM " + from +
+                                   chunk + ")");
+      int64_t after = INT64_MIN;
+      for (;;) {
+        next->BindInt(1, after);
+        next->Step();
+        const int64_t rows = next->Int(1);
+        const int64_t last = next->Int(0);
+        next->Reset();
+        if (rows == 0) break;
+        insert->BindInt(1, after);
+        insert->Run();
+        insert->Reset();
+        done += rows;
+        after = last;
+        if (progress) progress(done);
+      }
+    }
+    if (!trigger_sql.empty()) {
+      for (const std::string& c : counters) {
+        db_->Exec("UPDATE MSysColumns SET Seed = max(Seed, coalesce((SELECT max(" + QuoteName(c) +
+                  ") FROM main." + QuoteName(dest.name) + "), 0) + 1) WHERE TableName = " +
+                  QuoteText(dest.name) + " AND Name = " + QuoteText(c));
+      }
+      db_->Exec(trigger_sql);
+    }
+    db_->Exec("RELEASE qor_copy");
+    return done;
+  } catch (const Error&) {
+    UndoCopy(begun);
+    return -1;
+  } catch (...) {
+    UndoCopy(begun);
+    throw;
+  }
+}
+
+void SqliteBackend::UndoCopy(bool begun) {
+  if (!begun) return;
+  try {
+    db_->Exec("ROLLBACK TO qor_copy; RELEASE qor_copy");
+  } catch (const Error&) {
+  }
 }
 
 // ---- Provider -------------------------------------------------------------------------

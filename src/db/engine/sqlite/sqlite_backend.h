@@ -86,11 +86,47 @@ class SqliteBackend : public Backend {
   void CommitTrans() override;
   void Rollback() override;
 
+  // A set-based copy of rows from a table of another file of the engine
+  // (or of this one): AttachCopySource makes the file at source_path
+  // readable on this connection (outside any transaction); false when it
+  // cannot be, or this database is read-only or in a transaction.
+  // DetachCopySource ends that, outside any transaction.
+  bool AttachCopySource(const std::string& source_path);
+  void DetachCopySource();
+  // Copies every row of source_table of the attached source into
+  // dest_table, by one INSERT ... SELECT per chunk of rows, all in one
+  // savepoint (inside the caller's transaction, or a transaction of its
+  // own): columns[i] of the source goes to columns[i] of the destination as
+  // it is stored, and every rule of the destination (its triggers and
+  // indexes) holds for each row. Calls progress with the rows copied after
+  // each chunk. Returns the rows copied, or -1 when a row fails a rule (or
+  // nothing is attached): then nothing was copied, and the caller copies
+  // row by row to learn which row and why.
+  int64_t CopyRows(std::string_view source_table, std::string_view dest_table,
+                   const std::vector<std::string>& columns,
+                   const std::function<void(int64_t)>& progress);
+
+  // Whether BeginTrans opened a transaction that is still open.
+  bool in_transaction() const { return in_transaction_; }
+
   // For cursors.
   Db& db() { return *db_; }
   LockFile* locks() { return locks_.get(); }
   // The table's description from the catalog; raises 3078 when it has none.
+  // The reference holds until the catalog changes; SharedTable's pointer for
+  // as long as it is kept.
   const TableInfo& Table(std::string_view name);
+  std::shared_ptr<const TableInfo> SharedTable(std::string_view name);
+  // The same without a look at the file when nothing was committed to it
+  // (by any connection) since this connection's last transaction began. The
+  // description may be stale then: whoever uses it must call
+  // CatalogCurrent() while its next statement on the file is running.
+  std::shared_ptr<const TableInfo> TableFromCache(std::string_view name);
+  // Whether the catalog is still the one the cached descriptions were read
+  // from. Cheap (no statement) unless something was committed since; call
+  // it while a statement is active or right after it ran, so that it sees
+  // what that statement saw.
+  bool CatalogCurrent();
   void CheckWritable() const;
 
  private:
@@ -101,7 +137,8 @@ class SqliteBackend : public Backend {
   // Writes the triggers and SQLite indexes that keep the table's rules.
   void WriteRules(const TableInfo& table);
   void DropRules(std::string_view table);
-  void Touch();  // after a schema change: forget the cached catalog
+  void Touch();               // after a schema change: forget the cached catalog
+  void UndoCopy(bool begun);  // rolls CopyRows' savepoint back when begun
   void BumpCatalogVersion();
   // Runs fn in a savepoint: all of it or nothing.
   void Atomically(const std::function<void()>& fn);
@@ -111,9 +148,19 @@ class SqliteBackend : public Backend {
   std::unique_ptr<LockFile> locks_;
   bool read_only_;
   bool in_transaction_ = false;
-  int64_t cached_version_ = -1;                   // the catalog version table_cache_ was read at
-  std::map<std::string, TableInfo> table_cache_;  // by upper-case name
+  std::string copy_schema_;  // where AttachCopySource made the source readable
+  bool user_sql_ = false;    // the user's SQL is being prepared or run: the catalog is read-only
+  // SQLite's data version of the file as of this connection's last
+  // transaction (it changes with every commit by any connection);
+  // seen_data_version_ is its value when the catalog version was last found
+  // equal to cached_version_.
+  uint32_t DataVersion();
+  int64_t cached_version_ = -1;  // the catalog version table_cache_ was read at
+  uint32_t seen_data_version_ = 0;
+  bool seen_valid_ = false;  // seen_data_version_ holds; false after Execute
+  std::map<std::string, std::shared_ptr<const TableInfo>> table_cache_;  // by upper-case name
   bool cache_valid_ = false;
+  bool cache_complete_ = false;  // table_cache_ holds every table (ReadTables filled it)
 };
 
 // The provider DBEngine uses for SQLite files.

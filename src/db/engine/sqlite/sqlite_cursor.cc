@@ -132,17 +132,16 @@ class RowWriter {
 
 class TableCursor : public Cursor {
  public:
-  TableCursor(SqliteBackend* backend, const TableInfo& table, bool writable, int32_t options)
+  TableCursor(SqliteBackend* backend, std::shared_ptr<const TableInfo> table, bool writable,
+              int32_t options)
       : backend_(backend),
-        fields_(table.fields),
-        writer_(backend, table.name),
+        table_(std::move(table)),
+        writer_(backend, table_->name),
         writable_(writable) {
-    select_ = "SELECT rowid";
-    for (const FieldInfo& f : fields_) select_ += ", " + QuoteName(f.name);
-    select_ += " FROM " + QuoteName(table.name);
+    MakeSelect();
     if (backend_->locks() && (options & (kDenyRead | kDenyWrite))) {
-      if (!backend_->locks()->LockTable(table.name, (options & kDenyRead) != 0)) {
-        Fail(e::kTableLockedByUser, {table.name, "Admin", HostName()});
+      if (!backend_->locks()->LockTable(table_->name, (options & kDenyRead) != 0)) {
+        Fail(e::kTableLockedByUser, {table_->name, "Admin", HostName()});
       }
       table_locked_ = true;
     }
@@ -152,7 +151,10 @@ class TableCursor : public Cursor {
     if (table_locked_) backend_->locks()->UnlockTable(writer_.table());
   }
 
-  const std::vector<FieldInfo>& fields() const override { return fields_; }
+  const std::vector<FieldInfo>& fields() const override {
+    shown_ = true;  // from now on the recordset holds to these fields
+    return table_->fields;
+  }
   bool updatable() const override { return writable_; }
 
   bool First() override { return Load(" ORDER BY rowid LIMIT 1", false); }
@@ -211,12 +213,12 @@ class TableCursor : public Cursor {
 
   Bookmark Insert(const std::vector<std::optional<Variant>>& values) override {
     CheckWritable();
-    return writer_.Insert(fields_, values);
+    return writer_.Insert(table_->fields, values);
   }
   void Update(const std::vector<std::optional<Variant>>& values) override {
     CheckWritable();
     Row();
-    writer_.Update(current_, fields_, values);
+    writer_.Update(current_, table_->fields, values);
     Reload();
   }
   void Delete() override {
@@ -257,8 +259,51 @@ class TableCursor : public Cursor {
     if (!writable_) Fail(e::kReadOnly);
   }
 
+  void MakeSelect() {
+    select_ = "SELECT rowid";
+    for (const FieldInfo& f : table_->fields) select_ += ", " + QuoteName(f.name);
+    select_ += " FROM " + QuoteName(writer_.table());
+  }
+
+  // The cursor opens with the backend's cached description of its table
+  // (see SqliteBackend::TableFromCache); its first statement confirms it.
+  // When the catalog changed meanwhile, the cursor takes the newest
+  // description, unless its fields were shown already: the recordset is
+  // then one opened before the change, and its fields must all still be
+  // there as they were (else 3420). Returns whether to fetch again.
+  bool Verify() {
+    verified_ = true;
+    if (backend_->CatalogCurrent()) return false;
+    std::shared_ptr<const TableInfo> now = backend_->SharedTable(writer_.table());
+    if (shown_) {
+      for (const FieldInfo& f : table_->fields) {
+        int i = FindByName(now->fields, f.name);
+        if (i < 0 || now->fields[static_cast<size_t>(i)].type != f.type) Fail(e::kObjectInvalid);
+      }
+      return false;
+    }
+    table_ = std::move(now);
+    MakeSelect();
+    return true;
+  }
+
   bool Load(const std::string& suffix, bool bind_current,
             const std::vector<Variant>* literals = nullptr) {
+    if (verified_) return Fetch(suffix, bind_current, literals);
+    const int64_t position = current_;
+    bool found = false;
+    try {
+      found = Fetch(suffix, bind_current, literals);
+    } catch (const Error&) {
+      if (!Verify()) throw;
+      return Fetch(suffix, bind_current, literals);
+    }
+    if (!Verify()) return found;
+    current_ = position;
+    return Fetch(suffix, bind_current, literals);
+  }
+
+  bool Fetch(const std::string& suffix, bool bind_current, const std::vector<Variant>* literals) {
     auto stmt = backend_->db().Prepare(select_ + suffix);
     if (bind_current) stmt->BindInt(1, current_);
     if (literals) BindLiterals(*stmt, *literals);
@@ -266,9 +311,9 @@ class TableCursor : public Cursor {
     int64_t rowid = stmt->Int(0);
     if (locked_ && rowid != current_) UnlockRow();
     current_ = rowid;
-    row_.resize(fields_.size());
-    for (size_t i = 0; i < fields_.size(); ++i) {
-      row_[i] = stmt->Value(static_cast<int>(i + 1), fields_[i].type);
+    row_.resize(table_->fields.size());
+    for (size_t i = 0; i < table_->fields.size(); ++i) {
+      row_[i] = stmt->Value(static_cast<int>(i + 1), table_->fields[i].type);
     }
     has_row_ = true;
     deleted_ = false;
@@ -276,11 +321,13 @@ class TableCursor : public Cursor {
   }
 
   SqliteBackend* backend_;
-  std::vector<FieldInfo> fields_;
+  std::shared_ptr<const TableInfo> table_;  // the description the cursor reads by
   RowWriter writer_;
   bool writable_;
   std::string select_;
   CriteriaCache criteria_;
+  bool verified_ = false;       // table_ confirmed against the file's catalog
+  mutable bool shown_ = false;  // table_'s fields handed out by fields()
   int64_t current_ = 0;
   bool has_row_ = false;
   bool deleted_ = false;
@@ -554,9 +601,10 @@ class QueryCursor : public Cursor {
 
 }  // namespace
 
-std::unique_ptr<Cursor> MakeTableCursor(SqliteBackend* backend, const TableInfo& table,
-                                        bool writable, int32_t options) {
-  return std::make_unique<TableCursor>(backend, table, writable, options);
+std::unique_ptr<Cursor> MakeTableCursor(SqliteBackend* backend,
+                                        std::shared_ptr<const TableInfo> table, bool writable,
+                                        int32_t options) {
+  return std::make_unique<TableCursor>(backend, std::move(table), writable, options);
 }
 
 std::unique_ptr<Cursor> MakeQueryCursor(SqliteBackend* backend, const std::string& sql,

@@ -17,8 +17,9 @@ namespace qor::dao::sqlite {
 
 class SqliteBackend;
 
-std::unique_ptr<Cursor> MakeTableCursor(SqliteBackend* backend, const TableInfo& table,
-                                        bool writable, int32_t options);
+std::unique_ptr<Cursor> MakeTableCursor(SqliteBackend* backend,
+                                        std::shared_ptr<const TableInfo> table, bool writable,
+                                        int32_t options);
 // base_table: the table whose rows the query returns one for one, or empty
 // for a read-only result.
 std::unique_ptr<Cursor> MakeQueryCursor(SqliteBackend* backend, const std::string& sql,

@@ -17,9 +17,40 @@ std::string DateToIso(Date d) {
   return buf;
 }
 
+namespace {
+
+// The number in text[at, at + n) when it is all digits, else -1.
+int DigitsAt(std::string_view text, size_t at, size_t n) {
+  int value = 0;
+  for (size_t i = at; i < at + n; ++i) {
+    if (text[i] < '0' || text[i] > '9') return -1;
+    value = value * 10 + (text[i] - '0');
+  }
+  return value;
+}
+
+}  // namespace
+
 bool IsoToDate(std::string_view text, Date* out) {
   vb::DateParts p;
   p.hour = p.minute = p.second = 0;
+  // The form the engine writes, "yyyy-mm-dd" and " hh:nn:ss", read without
+  // sscanf: dates are read with every row.
+  if ((text.size() == 10 || text.size() == 19) && text[4] == '-' && text[7] == '-' &&
+      (text.size() == 10 || (text[10] == ' ' && text[13] == ':' && text[16] == ':'))) {
+    p.year = DigitsAt(text, 0, 4);
+    p.month = DigitsAt(text, 5, 2);
+    p.day = DigitsAt(text, 8, 2);
+    if (text.size() == 19) {
+      p.hour = DigitsAt(text, 11, 2);
+      p.minute = DigitsAt(text, 14, 2);
+      p.second = DigitsAt(text, 17, 2);
+    }
+    if (p.year >= 0 && p.month >= 0 && p.day >= 0 && p.hour >= 0 && p.minute >= 0 &&
+        p.second >= 0) {
+      return vb::MakeDate(p, out);
+    }
+  }
   int n = std::sscanf(std::string(text).c_str(), "%d-%d-%d %d:%d:%d", &p.year, &p.month, &p.day,
                       &p.hour, &p.minute, &p.second);
   if (n != 3 && n != 6) return vb::ParseDate(text, out);
@@ -326,6 +357,7 @@ void Db::RaiseFor(int rc, const std::string& message, sqlite3* /*db*/) {
     case SQLITE_FULL:
       Fail(e::kDiskFull);
     case SQLITE_READONLY:
+    case SQLITE_AUTH:  // a write to the catalog by the user's SQL
       Fail(e::kReadOnly);
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
