@@ -1,6 +1,9 @@
 """qorDb and the engine's objects from Python, on real database files."""
 
 import datetime as dt
+import gc
+import subprocess
+import sys
 from decimal import Decimal
 
 import pytest
@@ -136,3 +139,27 @@ def test_a_legacy_file_is_migrated_and_read_by_key(engine, legacy_users, tmp_pat
     assert name.value == "Nuintun Z."
     # A missing key reports and answers False.
     assert qordb.FieldDataReadWrite(name, target_path, "Users", "UserId", 99, "UserName") is False
+
+
+def test_dropping_the_last_reference_closes_the_database(engine, tmp_path):
+    # Another process may open the file exclusively only once this one's
+    # connection is gone: dropping the Python object must close it.
+    path = str(tmp_path / "held.mdb")
+    db = engine.CreateDatabase(path, LANG_GENERAL)
+    probe = (
+        "import qorsupport\n"
+        "try:\n"
+        f"    qorsupport.Dispatch('DBEngine').OpenDatabase({path!r}, True)\n"
+        "    print('open')\n"
+        "except qorsupport.Error as e:\n"
+        "    print(e.number)\n"
+    )
+
+    def exclusive_open():
+        run = subprocess.run([sys.executable, "-c", probe], capture_output=True, text=True)
+        return run.stdout.strip()
+
+    assert exclusive_open() == "3045"
+    del db
+    gc.collect()
+    assert exclusive_open() == "open"
