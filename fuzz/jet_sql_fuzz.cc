@@ -1,12 +1,19 @@
-// Fuzzes the Jet SQL translator. Any text must either translate or raise one
-// of DAO's syntax errors; a translation must be SQL that SQLite can parse
-// (it may name tables and columns that do not exist, never bad syntax).
+// Fuzzes the Jet SQL translator through each of its entries: a statement, a
+// criterion (with its literals as parameters, as FindFirst translates it),
+// a validation rule with an implied field (as a trigger writes it) and a
+// default value. Any text must either translate or raise one of DAO's
+// syntax errors; a translation must be SQL that SQLite can parse (it may
+// name tables and columns that do not exist, never bad syntax). Deep or long
+// input must fail with the numbered error, not exhaust the stack or time.
+//
+// fuzz/jet_sql.dict holds the grammar's words for -dict=.
 #include <sqlite3.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "db/engine/jet_sql.h"
 #include "db/engine/sqlite/sqlite_functions.h"
@@ -49,9 +56,30 @@ void CheckParses(const std::string& sql) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  namespace jet = qor::dao::jet;
   std::string_view text(reinterpret_cast<const char*>(data), size);
   try {
-    CheckParses("SELECT 1 WHERE " + qor::dao::jet::TranslateCriteria(text));
+    CheckParses("SELECT 1 WHERE " + jet::TranslateCriteria(text));
+  } catch (const qor::Error& error) {
+    if (!ExpectedError(error.number())) std::abort();
+  }
+  try {
+    std::vector<qor::Variant> literals;
+    jet::ExpressionOptions options;
+    options.literals = &literals;
+    options.first_parameter = 2;
+    CheckParses("SELECT 1 WHERE ?1 AND " + jet::TranslateCriteria(text, options));
+  } catch (const qor::Error& error) {
+    if (!ExpectedError(error.number())) std::abort();
+  }
+  try {
+    // A field's validation rule inside a trigger: "NEW." before names, and
+    // the field itself where a comparison lacks its left side.
+    jet::ExpressionOptions rule;
+    rule.column_prefix = "NEW.";
+    rule.implied_operand = "NEW.\"x\"";
+    CheckParses("SELECT 1 FROM (SELECT 1 AS x) AS NEW WHERE NOT (" +
+                jet::TranslateExpression(text, rule) + ")");
   } catch (const qor::Error& error) {
     if (!ExpectedError(error.number())) std::abort();
   }

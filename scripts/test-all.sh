@@ -38,7 +38,7 @@ run_fuzz() {  # target seconds [extra arguments...]
   "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 "$corpus" "$@"
   rm -rf "$corpus"
 }
-run_fuzz build/fuzz/fuzz/jet_sql_fuzz 60 fuzz/corpus/jet_sql
+run_fuzz build/fuzz/fuzz/jet_sql_fuzz 60 -dict=fuzz/jet_sql.dict fuzz/corpus/jet_sql
 run_fuzz build/fuzz/fuzz/registry/export_file_fuzz 30 fuzz/registry/seeds/export_file
 run_fuzz build/fuzz/fuzz/registry/ini_fuzz 30 fuzz/registry/seeds/ini
 QT_QPA_PLATFORM=offscreen run_fuzz build/fuzz/fuzz/rtf/rtf_fuzz 60 -dict=fuzz/rtf/rtf.dict fuzz/rtf/seeds

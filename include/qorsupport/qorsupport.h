@@ -23,6 +23,7 @@
 #include "qorsupport/frame/vb.h"
 #include "qorsupport/frame/vb_date.h"
 #include "qorsupport/frame/vb_format.h"
+#include "qorsupport/frame/vb_functions.h"
 #include "qorsupport/procs/procs.h"
 #include "qorsupport/registry/store.h"
 #include "qorsupport/registry/winapireg.h"

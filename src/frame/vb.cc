@@ -3,6 +3,7 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -545,10 +546,23 @@ double Rnd() {
 
 // ---- Comparison --------------------------------------------------------------
 
+namespace {
+
+int LowerCaseOrder(std::string_view a, std::string_view b) {
+  return LCase(a).compare(LCase(b));
+}
+
+std::atomic<TextCollation> text_collation{&LowerCaseOrder};
+
+}  // namespace
+
+void SetTextCollation(TextCollation collation) {
+  text_collation.store(collation ? collation : &LowerCaseOrder);
+}
+
 int StrComp(std::string_view a, std::string_view b, CompareMode mode) {
   if (mode == CompareMode::kText) {
-    std::string la = LCase(a), lb = LCase(b);
-    int c = la.compare(lb);
+    int c = text_collation.load(std::memory_order_relaxed)(a, b);
     return c < 0 ? -1 : c > 0 ? 1 : 0;
   }
   // UTF-8 byte order is code point order.

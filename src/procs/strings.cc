@@ -8,6 +8,7 @@
 #include "qorsupport/frame/error.h"
 #include "qorsupport/frame/globals.h"
 #include "qorsupport/frame/vb.h"
+#include "qorsupport/frame/vb_functions.h"
 #include "qorsupport/frame/vb_format.h"
 #include "qorsupport/procs/procs.h"
 
@@ -76,14 +77,9 @@ double qorProcs::CalcAvg(const Variant& pTotalAmount, const Variant& pNumberOfIt
 
 Variant qorProcs::DivideZero(const Variant& pDividend, const Variant& pDivisor) {
   if (IsBlank(pDividend, true) || IsBlank(pDivisor, true)) return Variant(int16_t{0});
-  // VB's "/" gives a Single for two Bytes, Integers or Singles, else a Double.
-  auto narrow = [](const Variant& v) {
-    VarType t = v.type();
-    return t == VarType::kByte || t == VarType::kInteger || t == VarType::kSingle;
-  };
-  double quotient = vb::CDbl(pDividend) / vb::CDbl(pDivisor);
-  if (narrow(pDividend) && narrow(pDivisor)) return Variant(static_cast<float>(quotient));
-  return Variant(quotient);
+  // VB's "/": a Single for two Bytes, Integers or Singles, else a Double; a
+  // divisor that is zero in any other form (the text "0", 0.0) raises 11.
+  return vb::Divide(pDividend, pDivisor);
 }
 
 std::string qorProcs::GetRandomString(int16_t pLength) {

@@ -95,6 +95,7 @@ TEST(ProcsArithmetic, AverageAndDivisionNeverFail) {
     EXPECT_EQ(p.DivideZero(blank, Long(10)), Int16(0));
   }
   EXPECT_EQ(testing::ErrorNumberOf([&] { p.DivideZero("ten", Long(2)); }), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { p.DivideZero(Long(5), "0"); }), 11);
 }
 
 TEST(ProcsStrings, RandomStringsAreCapitalLetters) {

@@ -102,6 +102,13 @@ std::optional<int> Compare(const Variant& a, const Variant& b,
 // StrComp of two texts: -1, 0 or 1.
 int StrComp(std::string_view a, std::string_view b, CompareMode mode = CompareMode::kBinary);
 
+// The order of CompareMode::kText: a function giving <0, 0 or >0. By default
+// texts compare by their lower-case forms (code point order); the database
+// engine installs Jet's general sort order (without regard to case, accents
+// significant, accented letters beside their base letter) when it is loaded.
+using TextCollation = int (*)(std::string_view a, std::string_view b);
+void SetTextCollation(TextCollation collation);
+
 // ---- Strings ----------------------------------------------------------------
 
 // Trim, LTrim, RTrim remove spaces (only the space character).

@@ -140,7 +140,8 @@ class qorProcs : public Object {
   double CalcAvg(const Variant& pTotalAmount, const Variant& pNumberOfItems);
   // a / b as VB divides (a Single for two Bytes, Integers or Singles, else
   // a Double); the Integer 0 when either is blank. A text that is not a
-  // number raises 13.
+  // number raises 13; a divisor that is zero without being blank (the text
+  // "0", 0.0) raises 11.
   Variant DivideZero(const Variant& pDividend, const Variant& pDivisor);
   // pLength random capital letters A to Z.
   std::string GetRandomString(int16_t pLength);

@@ -38,6 +38,14 @@ struct SyntaxError {
   int32_t number = 0;
 };
 
+// How deep expressions and statements may nest (parentheses, function
+// calls, unary operators, subqueries, joins); deeper text is a syntax error,
+// never a stack overflow.
+constexpr int kMaxDepth = 200;
+
+// The most literals of a criterion that become parameters.
+constexpr size_t kMaxLiteralParameters = 100;
+
 // Words that end an expression or a table alias.
 bool IsClauseWord(const Token& t) {
   static const char* const kWords[] = {
@@ -164,6 +172,23 @@ class Parser {
   size_t error_offset() const { return expr_start_; }
 
  private:
+  // Counts one level of nesting while it lives.
+  class Nest {
+   public:
+    explicit Nest(Parser* p) : p_(p) {
+      if (++p_->depth_ > kMaxDepth) {
+        --p_->depth_;
+        throw SyntaxError{};
+      }
+    }
+    ~Nest() { --p_->depth_; }
+    Nest(const Nest&) = delete;
+    Nest& operator=(const Nest&) = delete;
+
+   private:
+    Parser* p_;
+  };
+
   const Token& Peek(size_t ahead = 0) const {
     size_t i = pos_ + ahead;
     return i < tokens_.size() ? tokens_[i] : tokens_.back();
@@ -211,6 +236,7 @@ class Parser {
   }
 
   std::string ParseSelect(std::string* single_table, bool allow_union) {
+    Nest nest(this);
     ExpectKeyword("SELECT");
     std::string out = "SELECT ";
     bool simple = true;
@@ -329,6 +355,7 @@ class Parser {
   }
 
   std::string ParseJoinTerm(int* tables, std::string* first_table) {
+    Nest nest(this);
     std::string out;
     if (AcceptSymbol("(")) {
       if (Peek().IsKeyword("SELECT")) {
@@ -418,43 +445,95 @@ class Parser {
 
   // ---- Expressions, lowest precedence first ------------------------------
 
-  std::string ParseExpr() { return ParseImp(); }
+  std::string ParseExpr() {
+    Nest nest(this);
+    return ParseImp();
+  }
+
+  // A left-associative chain a op b op c ... written as ((a op b) op c):
+  // open(op) before the left operand and middle(op) between it and the
+  // right one, then ")". Built in one pass, so a long chain costs its length.
+  struct ChainPart {
+    std::string open, middle, operand;
+  };
+  static std::string JoinChain(std::string first, std::vector<ChainPart>& parts) {
+    if (parts.empty()) return first;
+    size_t size = first.size();
+    for (const ChainPart& p : parts) size += p.open.size() + p.middle.size() + p.operand.size() + 1;
+    std::string out;
+    out.reserve(size);
+    for (size_t i = parts.size(); i-- > 0;) out += parts[i].open;
+    out += first;
+    for (const ChainPart& p : parts) {
+      out += p.middle;
+      out += p.operand;
+      out += ')';
+    }
+    return out;
+  }
 
   std::string ParseImp() {
     std::string left = ParseEqv();
-    while (AcceptKeyword("IMP")) {
-      left = "(NOT (" + left + ") OR (" + ParseEqv() + "))";
-    }
-    return left;
+    std::vector<ChainPart> parts;
+    while (AcceptKeyword("IMP")) parts.push_back({"(NOT (", ") OR (", ParseEqv() + ")"});
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseEqv() {
     std::string left = ParseXor();
+    std::vector<ChainPart> parts;
     while (AcceptKeyword("EQV")) {
-      left = "((" + left + ") <> 0) = ((" + ParseXor() + ") <> 0)";
-      left = "(" + left + ")";
+      parts.push_back({"(((", ") <> 0) = ((", ParseXor() + ") <> 0)"});
     }
-    return left;
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseXor() {
     std::string left = ParseOr();
+    std::vector<ChainPart> parts;
     while (AcceptKeyword("XOR")) {
-      left = "(((" + left + ") <> 0) <> ((" + ParseOr() + ") <> 0))";
+      parts.push_back({"(((", ") <> 0) <> ((", ParseOr() + ") <> 0)"});
     }
-    return left;
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseOr() {
     std::string left = ParseAnd();
-    while (AcceptKeyword("OR")) left = "(" + left + " OR " + ParseAnd() + ")";
-    return left;
+    std::vector<ChainPart> parts;
+    while (AcceptKeyword("OR")) parts.push_back({"(", " OR ", ParseAnd()});
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseAnd() {
     std::string left = ParseNot();
-    while (AcceptKeyword("AND")) left = "(" + left + " AND " + ParseNot() + ")";
-    return left;
+    std::vector<ChainPart> parts;
+    while (AcceptKeyword("AND")) parts.push_back({"(", " AND ", ParseNot()});
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseNot() {
-    if (AcceptKeyword("NOT")) return "(NOT " + ParseNot() + ")";
-    return ParseComparison();
+    // Each Not nests one level; a run of them is counted, not recursed into
+    // without bound.
+    int count = 0;
+    while (Peek().IsKeyword("NOT") && !Peek(1).IsKeyword("LIKE") && !Peek(1).IsKeyword("IN") &&
+           !Peek(1).IsKeyword("BETWEEN")) {
+      Next();
+      if (++count + depth_ > kMaxDepth) throw SyntaxError{};
+    }
+    std::string inner;
+    {
+      Nest nest(this);
+      depth_ += count;
+      try {
+        inner = ParseComparison();
+      } catch (...) {
+        depth_ -= count;
+        throw;
+      }
+      depth_ -= count;
+    }
+    if (count == 0) return inner;
+    std::string out;
+    out.reserve(inner.size() + 6 * static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) out += "(NOT ";
+    out += inner;
+    out.append(static_cast<size_t>(count), ')');
+    return out;
   }
 
   bool AtComparison() const {
@@ -479,8 +558,12 @@ class Parser {
     }
     while (AtComparison()) {
       if (Peek().kind == TokenKind::kSymbol) {
-        std::string op = Next().text;
-        left = "(" + left + " " + op + " " + ParseConcat() + ")";
+        std::vector<ChainPart> parts;
+        while (Peek().kind == TokenKind::kSymbol && AtComparison()) {
+          std::string op = Next().text;
+          parts.push_back({"(", " " + op + " ", ParseConcat()});
+        }
+        left = JoinChain(std::move(left), parts);
         continue;
       }
       bool negate = AcceptKeyword("NOT");
@@ -513,49 +596,81 @@ class Parser {
 
   std::string ParseConcat() {
     std::string left = ParseAdditive();
+    std::vector<ChainPart> parts;
     while (AcceptSymbol("&")) {
-      left = "(coalesce(" + left + ", '') || coalesce(" + ParseAdditive() + ", ''))";
+      parts.push_back({"(coalesce(", ", '') || coalesce(", ParseAdditive() + ", '')"});
     }
-    return left;
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseAdditive() {
     std::string left = ParseMod();
+    std::vector<ChainPart> parts;
     while (Peek().IsSymbol("+") || Peek().IsSymbol("-")) {
       std::string op = Next().text;
-      left = "(" + left + " " + op + " " + ParseMod() + ")";
+      parts.push_back({"(", " " + op + " ", ParseMod()});
     }
-    return left;
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseMod() {
     std::string left = ParseIntDiv();
-    while (AcceptKeyword("MOD")) left = "qor_mod(" + left + ", " + ParseIntDiv() + ")";
-    return left;
+    std::vector<ChainPart> parts;
+    while (AcceptKeyword("MOD")) parts.push_back({"qor_mod(", ", ", ParseIntDiv()});
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseIntDiv() {
     std::string left = ParseMultiplicative();
-    while (AcceptSymbol("\\")) left = "qor_idiv(" + left + ", " + ParseMultiplicative() + ")";
-    return left;
+    std::vector<ChainPart> parts;
+    while (AcceptSymbol("\\")) parts.push_back({"qor_idiv(", ", ", ParseMultiplicative()});
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseMultiplicative() {
     std::string left = ParseUnary();
+    std::vector<ChainPart> parts;
     while (Peek().IsSymbol("*") || Peek().IsSymbol("/")) {
       std::string op = Next().text;
-      std::string right = ParseUnary();
       // Jet's / always divides as real numbers.
-      left = op == "/" ? "(CAST(" + left + " AS REAL) / " + right + ")"
-                       : "(" + left + " * " + right + ")";
+      if (op == "/") {
+        parts.push_back({"(CAST(", " AS REAL) / ", ParseUnary()});
+      } else {
+        parts.push_back({"(", " * ", ParseUnary()});
+      }
     }
-    return left;
+    return JoinChain(std::move(left), parts);
   }
   std::string ParseUnary() {
-    if (AcceptSymbol("-")) return "(-" + ParseUnary() + ")";
-    if (AcceptSymbol("+")) return ParseUnary();
-    return ParsePower();
+    // A run of signs is counted, not recursed into; each minus nests a level.
+    std::vector<bool> minus;
+    while (Peek().IsSymbol("-") || Peek().IsSymbol("+")) {
+      minus.push_back(Next().text == "-");
+      if (static_cast<int>(minus.size()) + depth_ > kMaxDepth) throw SyntaxError{};
+    }
+    std::string inner;
+    {
+      int extra = static_cast<int>(minus.size());
+      depth_ += extra;
+      try {
+        inner = ParsePower();
+      } catch (...) {
+        depth_ -= extra;
+        throw;
+      }
+      depth_ -= extra;
+    }
+    size_t negations = 0;
+    for (bool m : minus) negations += m ? 1 : 0;
+    if (negations == 0) return inner;
+    std::string out;
+    out.reserve(inner.size() + 3 * negations);
+    for (size_t i = 0; i < negations; ++i) out += "(-";
+    out += inner;
+    out.append(negations, ')');
+    return out;
   }
   std::string ParsePower() {
     std::string left = ParsePrimary();
-    while (AcceptSymbol("^")) left = "qor_pow(" + left + ", " + ParsePrimary() + ")";
-    return left;
+    std::vector<ChainPart> parts;
+    while (AcceptSymbol("^")) parts.push_back({"qor_pow(", ", ", ParsePrimary()});
+    return JoinChain(std::move(left), parts);
   }
 
   std::string ParsePrimary() {
@@ -643,6 +758,7 @@ class Parser {
   }
 
   std::string CallFunction(std::string name) {
+    Nest nest(this);
     ExpectSymbol("(");
     if (!name.empty() && name.back() == '$') name.pop_back();  // Left$ is Left
     std::string upper = vb::UCase(name);
@@ -702,6 +818,7 @@ class Parser {
   std::vector<Token> tokens_;
   size_t pos_ = 0;
   size_t expr_start_ = 0;
+  int depth_ = 0;
 };
 
 std::string TrimmedTail(std::string_view source, size_t from) {
@@ -736,7 +853,17 @@ Statement TranslateStatement(std::string_view jet_sql) {
 
 std::string TranslateCriteria(std::string_view criteria, const ExpressionOptions& options) {
   try {
-    return Parser(criteria, options).ParseWholeExpression();
+    size_t before = options.literals ? options.literals->size() : 0;
+    std::string out = Parser(criteria, options).ParseWholeExpression();
+    if (options.literals && options.literals->size() - before > kMaxLiteralParameters) {
+      // So many literals (a long In list) are written into the SQL: SQLite
+      // looks numbered parameters up one by one.
+      options.literals->resize(before);
+      ExpressionOptions inline_options = options;
+      inline_options.literals = nullptr;
+      out = Parser(criteria, inline_options).ParseWholeExpression();
+    }
+    return out;
   } catch (const SyntaxError&) {
     Fail(e::kSyntaxInCriteria);
   } catch (const Parser::UnknownFunction& f) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <vector>
+
 #include "db/engine/sqlite/sqlite_functions.h"
 #include "qorsupport/db/engine/dao.h"
 #include "qorsupport/frame/error.h"
@@ -113,6 +116,78 @@ TEST(JetSql, SyntaxErrorsAreDaoErrors) {
     EXPECT_EQ(error.description(),
               "Syntax error (missing operator) in query expression 'a = = 1'.");
   }
+}
+
+std::string Repeat(std::string_view piece, int n) {
+  std::string out;
+  out.reserve(piece.size() * static_cast<size_t>(n));
+  for (int i = 0; i < n; ++i) out += piece;
+  return out;
+}
+
+TEST(JetSql, NestingIsLimitedNotACrash) {
+  // Deep enough to overflow the stack without the limit.
+  const int n = 100000;
+  std::string parens = Repeat("(", n) + "1" + Repeat(")", n) + " = 1";
+  std::string iifs = Repeat("IIf(a, ", n) + "1" + Repeat(", 2)", n) + " = 1";
+  EXPECT_EQ(ErrorOf([&] { Where(parens); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([&] { Where(iifs); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([&] { Where("a = " + Repeat("-", n) + "1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([&] { Where("a = " + Repeat("+-", n) + "1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([&] { Where(Repeat("Not ", n) + "a"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([&] { Where("a In (" + Repeat("(SELECT b FROM t WHERE b In (", 5000)); }),
+            e::kSyntaxInCriteria);
+  EXPECT_EQ(ErrorOf([&] { TranslateExpression(parens); }), e::kSyntaxInQuery);
+  EXPECT_EQ(ErrorOf([&] { TranslateExpression(">" + iifs, {"NEW.", "NEW.x"}); }),
+            e::kSyntaxInQuery);
+  try {
+    TranslateStatement("SELECT x FROM t WHERE " + parens);
+    FAIL();
+  } catch (const Error& error) {
+    EXPECT_EQ(error.number(), e::kSyntaxInQuery);
+    EXPECT_NE(error.description().find("'(((("), std::string::npos);
+  }
+  EXPECT_EQ(ErrorOf([&] { TranslateStatement(Repeat("SELECT * FROM (", n)); }), e::kSyntaxInQuery);
+  EXPECT_EQ(ErrorOf([&] { TranslateStatement("SELECT * FROM " + Repeat("(", n) + "t"); }),
+            e::kSyntaxInQuery);
+  // Nesting within the limit still translates.
+  EXPECT_EQ(Where(Repeat("(", 50) + "a" + Repeat(")", 50) + " = 1"),
+            Repeat("(", 51) + "\"a\"" + Repeat(")", 50) + " = 1)");
+  EXPECT_EQ(Where("a = --1"), "(\"a\" = (-(-1)))");
+  EXPECT_EQ(Where("Not Not a"), "(NOT (NOT \"a\"))");
+}
+
+TEST(JetSql, CostGrowsWithTheLength) {
+  // Long In lists, + chains, & chains and runs of Not and minus signs take
+  // time in proportion to their length (they took minutes when quadratic).
+  const int n = 200000;
+  std::string in = "a In (0";
+  for (int i = 1; i < n; ++i) in += "," + std::to_string(i);
+  in += ")";
+  std::string sum = "a = 1" + Repeat(" + b", n);
+  std::string concat = "a = \"x\"" + Repeat(" & b", n);
+  std::string signs = "a = " + Repeat("-", 150) + "1";
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_GT(Where(in).size(), in.size());
+  std::vector<Variant> literals;
+  ExpressionOptions options;
+  options.literals = &literals;
+  options.first_parameter = 2;
+  // Too many literals for parameters: they are written into the SQL.
+  EXPECT_GT(TranslateCriteria(in, options).size(), in.size());
+  EXPECT_TRUE(literals.empty());
+  EXPECT_GT(Where(sum).size(), sum.size());
+  EXPECT_GT(Where(concat).size(), concat.size());
+  EXPECT_GT(TranslateStatement("SELECT " + sum.substr(4) + " FROM t").sql.size(), sum.size());
+  EXPECT_EQ(ErrorOf([&] { Where(Repeat("Not ", 150) + "a"); }), 0);
+  EXPECT_EQ(ErrorOf([&] { Where(signs); }), 0);
+  double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  EXPECT_LT(seconds, 10.0);
+  // A few literals are parameters.
+  literals.clear();
+  EXPECT_EQ(TranslateCriteria("a In (1, 'x')", options), "(\"a\" IN (?2, ?3))");
+  EXPECT_EQ(literals.size(), 2u);
 }
 
 TEST(JetSql, RulesWithAnImpliedField) {
