@@ -245,13 +245,14 @@ Variant Evaluate(const Node& n, std::span<const Variant> parameters) {
   }
 }
 
-Variant ConvertToType(const Variant& value, int type) {
+Variant ConvertToType(const Variant& value, int type, bool exact) {
   if (value.IsNull()) return value;
   if (type == kVariantType || type == kNullType) return value;
   VarType kind = VarTypeOf(type);
   if (kind == VarType::kVariant) return value;
   if (value.IsEmpty()) return ZeroValue(kind);
   if (value.type() == kind) return value;
+  if (!exact && value.IsNumber() && IsNumericType(type)) return value;
   return vb::ConvertTo(value, kind);
 }
 

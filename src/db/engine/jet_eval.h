@@ -52,8 +52,11 @@ std::unique_ptr<Program> ParseProgram(std::string_view text);
 Variant Evaluate(const Node& node, std::span<const Variant> parameters);
 
 // value converted to a DAO type (kVariantType, kNullType: unchanged; Empty
-// becomes the type's zero value), raising the VB runtime's errors.
-Variant ConvertToType(const Variant& value, int type);
+// becomes the type's zero value), raising the VB runtime's errors. Unless
+// exact, a number stays the number it is when the type is numeric too (a
+// part of an expression keeps what VB's arithmetic gave it; only a result
+// column or a stored value takes the exact type).
+Variant ConvertToType(const Variant& value, int type, bool exact = true);
 
 // The error value of a row's failed expression: a BLOB that no stored value
 // is, holding the error; ParseErrorValue reads one back.

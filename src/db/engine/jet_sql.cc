@@ -287,7 +287,9 @@ class Compiler : public Typer {
         if (n.ops.size() == 1 && IsComparison(n.ops[0])) {
           return ComparableNatively(n.kids[0]->type, n.kids[1]->type);
         }
-        if (n.ops[0] == Op::kAnd || n.ops[0] == Op::kOr) {
+        if ((n.ops[0] == Op::kAnd || n.ops[0] == Op::kOr) && condition) {
+          // Only as a condition: SQLite may leave out a side whose value
+          // does not matter, where a value computes both as VB does.
           for (const NodePtr& k : n.kids) {
             if (!IsBooleanish(k->type)) return false;
           }

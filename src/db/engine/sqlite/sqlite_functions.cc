@@ -187,7 +187,8 @@ void Expr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
       values.push_back(Decode(argv[i], type));
     }
     Variant v = jet::Evaluate(*program->root, values);
-    Encode(ctx, jet::ConvertToType(v, program->result_type));
+    Encode(ctx, jet::ConvertToType(v, program->result_type,
+                                   program->error_values || program->storage));
   } catch (const Error& raised) {
     Error error = program->storage ? jet::StorageError(raised) : raised;
     if (program->error_values) {
