@@ -8,6 +8,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev
   libsqlite3-dev sqlite3
+  # ICU's collator: Jet's general sort order for the engine's texts.
+  libicu-dev
   clang libclang-rt-dev
   clang-format
   qt6-base-dev libgl-dev fonts-dejavu-core

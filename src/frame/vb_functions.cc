@@ -161,6 +161,18 @@ char32_t Fold(char32_t c) {
   return lower.size() == 1 ? lower[0] : c;
 }
 
+// A character of a range [a-z]: by the text order (so "ä" is within
+// [a-z]), ASCII letters by their code without regard to case.
+bool InRange(char32_t c, char32_t low, char32_t high) {
+  if (c < 0x80 && low < 0x80 && high < 0x80) {
+    char32_t f = Fold(c);
+    return f >= Fold(low) && f <= Fold(high);
+  }
+  std::string x = ToUtf8(std::u32string(1, c));
+  return StrComp(x, ToUtf8(std::u32string(1, low)), CompareMode::kText) >= 0 &&
+         StrComp(x, ToUtf8(std::u32string(1, high)), CompareMode::kText) <= 0;
+}
+
 bool Match(const std::u32string& t, const std::u32string& p) {
   // Iterative matching with backtracking to the last "*": linear in most
   // patterns, never recursive.
@@ -192,7 +204,7 @@ bool Match(const std::u32string& t, const std::u32string& p) {
           char32_t ch = Fold(t[ti]);
           for (; k < end; ++k) {
             if (k + 2 < end && p[k + 1] == U'-') {
-              if (ch >= Fold(p[k]) && ch <= Fold(p[k + 2])) found = true;
+              if (InRange(t[ti], p[k], p[k + 2])) found = true;
               k += 2;
             } else if (Fold(p[k]) == ch) {
               found = true;

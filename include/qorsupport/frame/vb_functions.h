@@ -76,7 +76,9 @@ Variant CompareValues(CompareOp op, const Variant& a, const Variant& b,
 
 // Jet's Like: * any run of characters, ? one character, # one digit,
 // [abc], [a-z] and [!a-z] character lists; letters match without regard to
-// case. A malformed list ("[a") matches nothing.
+// case, and a range holds the characters the text order (kText) puts
+// between its ends ("ä" is in [a-z]). A malformed list ("[a") matches
+// nothing.
 bool Like(std::string_view text, std::string_view pattern);
 // Like on values: a Boolean, Null when either is Null.
 Variant LikeValues(const Variant& text, const Variant& pattern);

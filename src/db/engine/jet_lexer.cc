@@ -2,13 +2,18 @@
 
 #include <cctype>
 
-#include "qorsupport/frame/vb.h"
 
 namespace qor::dao::jet {
 
 bool Token::IsKeyword(std::string_view word) const {
-  return kind == TokenKind::kName && !bracketed &&
-         vb::StrComp(text, word, vb::CompareMode::kText) == 0;
+  if (kind != TokenKind::kName || bracketed || text.size() != word.size()) return false;
+  for (size_t i = 0; i < word.size(); ++i) {
+    char a = text[i], b = word[i];
+    if (a >= 'a' && a <= 'z') a = static_cast<char>(a - 32);
+    if (b >= 'a' && b <= 'z') b = static_cast<char>(b - 32);
+    if (a != b) return false;
+  }
+  return true;
 }
 
 namespace {
@@ -28,6 +33,7 @@ std::vector<Token> Tokenize(std::string_view s) {
     Token t;
     t.offset = i;
     if (i >= s.size()) {
+      t.end = i;
       tokens.push_back(t);
       return tokens;
     }
@@ -101,6 +107,7 @@ std::vector<Token> Tokenize(std::string_view s) {
         throw LexError("unexpected character");
       }
     }
+    t.end = i;
     tokens.push_back(std::move(t));
   }
 }

@@ -21,8 +21,9 @@ struct Token {
   std::string text;  // the value: digits, the unquoted string, the name, the symbol
   bool bracketed = false;
   size_t offset = 0;  // byte offset in the source
+  size_t end = 0;     // byte offset just past the token
 
-  // A bare (unbracketed) name equal to word without regard to case.
+  // A bare (unbracketed) name equal to word (ASCII) without regard to case.
   bool IsKeyword(std::string_view word) const;
   bool IsSymbol(std::string_view symbol) const {
     return kind == TokenKind::kSymbol && text == symbol;

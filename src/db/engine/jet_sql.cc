@@ -1,11 +1,12 @@
 #include "db/engine/jet_sql.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <deque>
 #include <map>
-#include <vector>
 
-#include "db/engine/jet_lexer.h"
+#include "db/engine/jet_ast.h"
+#include "db/engine/jet_eval.h"
+#include "db/engine/jet_types.h"
 #include "qorsupport/db/engine/dao.h"
 #include "qorsupport/frame/vb.h"
 #include "qorsupport/frame/vb_date.h"
@@ -32,793 +33,766 @@ std::string QuoteText(std::string_view text) {
 
 namespace {
 
-// A parse failure; number is the statement-level error to raise (0: the
-// expression error of the context).
-struct SyntaxError {
-  int32_t number = 0;
-};
-
-// How deep expressions and statements may nest (parentheses, function
-// calls, unary operators, subqueries, joins); deeper text is a syntax error,
-// never a stack overflow.
-constexpr int kMaxDepth = 200;
-
-// The most literals of a criterion that become parameters.
+// The most literals of a criterion that become parameters: SQLite looks
+// numbered parameters up one by one, so a long In list is written out.
 constexpr size_t kMaxLiteralParameters = 100;
+// The most values one qor_expr call takes (SQLite allows 127 arguments).
+constexpr size_t kMaxProgramParameters = 120;
 
-// Words that end an expression or a table alias.
-bool IsClauseWord(const Token& t) {
-  static const char* const kWords[] = {
-      "FROM",  "WHERE", "GROUP", "ORDER", "HAVING", "UNION",    "INNER",      "LEFT",   "RIGHT",
-      "OUTER", "JOIN",  "ON",    "AS",    "INTO",   "SET",      "VALUES",     "SELECT", "AND",
-      "OR",    "NOT",   "LIKE",  "IN",    "IS",     "BETWEEN",  "XOR",        "EQV",    "IMP",
-      "MOD",   "ASC",   "DESC",  "BY",    "TOP",    "DISTINCT", "DISTINCTROW"};
-  for (const char* w : kWords) {
-    if (t.IsKeyword(w)) return true;
-  }
-  return false;
+constexpr std::string_view kCollate = " COLLATE qor_jet";
+
+std::string DateSql(Date d) {
+  vb::DateParts p = vb::SplitDate(d);
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", p.year, p.month, p.day, p.hour,
+                p.minute, p.second);
+  return buf;
 }
 
-// A Jet function and its SQLite form: a name to call with the same
-// arguments, or a special form built in CallFunction.
-struct FunctionForm {
-  const char* sqlite;
-  int min_args;
-  int max_args;
+std::string LiteralSql(const Variant& v) {
+  switch (v.type()) {
+    case VarType::kNull:
+      return "NULL";
+    case VarType::kBoolean:
+      return v.AsBoolean() ? "-1" : "0";
+    case VarType::kLong:
+      return std::to_string(static_cast<int64_t>(v.NumericValue()));
+    case VarType::kDouble: {
+      char buf[40];
+      std::snprintf(buf, sizeof buf, "%.17g", v.NumericValue());
+      std::string s = buf;
+      if (s.find_first_of(".eEn") == std::string::npos) s += ".0";
+      return s;
+    }
+    case VarType::kDate:
+      return QuoteText(DateSql(v.AsDate()));
+    default:
+      return QuoteText(vb::CStr(v));
+  }
+}
+
+const char* ComparisonSql(Op op) {
+  switch (op) {
+    case Op::kEqual:
+      return " = ";
+    case Op::kNotEqual:
+      return " <> ";
+    case Op::kLess:
+      return " < ";
+    case Op::kLessEqual:
+      return " <= ";
+    case Op::kGreater:
+      return " > ";
+    default:
+      return " >= ";
+  }
+}
+
+bool IsBooleanish(int type) { return type == kBoolean || type == kNullType; }
+
+// Whether a stored value of type from needs converting to be stored in a
+// field of type to.
+bool NeedsConversion(int from, int to) {
+  if (from == to || from == kNullType) return false;
+  if (to == kVariantType || to == kLongBinary) return false;
+  if (IsTextualType(from) && IsTextualType(to)) return false;
+  auto whole = [](int t) { return t == kByte || t == kInteger || t == kLong || t == kBoolean; };
+  if (to == kDouble && IsNumericType(from)) return false;
+  if (whole(to) && whole(from)) return false;  // the range and Yes/No rules of the table hold
+  return true;
+}
+
+struct Table {
+  std::string name;
+  std::string alias;
+  const std::vector<FieldInfo>* fields = nullptr;
 };
 
-const std::map<std::string, FunctionForm>& Functions() {
-  static const auto* table = new std::map<std::string, FunctionForm>{
-      {"ABS", {"abs", 1, 1}},
-      {"ASC", {"unicode", 1, 1}},
-      {"AVG", {"avg", 1, 1}},
-      {"CDATE", {"qor_cdate", 1, 1}},
-      {"CDBL", {"qor_cdbl", 1, 1}},
-      {"CSNG", {"qor_cdbl", 1, 1}},
-      {"CCUR", {"qor_cdbl", 1, 1}},
-      {"CHR", {"char", 1, 1}},
-      {"CINT", {"qor_clng", 1, 1}},
-      {"CLNG", {"qor_clng", 1, 1}},
-      {"COUNT", {"count", 1, 1}},
-      {"CSTR", {"qor_cstr", 1, 1}},
-      {"DATE", {"qor_date", 0, 0}},
-      {"DATEADD", {"qor_dateadd", 3, 3}},
-      {"DATEDIFF", {"qor_datediff", 3, 3}},
-      {"DATEPART", {"qor_datepart", 2, 2}},
-      {"DATESERIAL", {"qor_dateserial", 3, 3}},
-      {"DATEVALUE", {"qor_cdate", 1, 1}},
-      {"DAY", {"", 1, 1}},
-      {"FIX", {"qor_fix", 1, 1}},
-      {"HOUR", {"", 1, 1}},
-      {"IIF", {"", 3, 3}},
-      {"INSTR", {"qor_instr", 2, 3}},
-      {"INT", {"qor_int", 1, 1}},
-      {"ISNULL", {"", 1, 1}},
-      {"ISNUMERIC", {"qor_isnumeric", 1, 1}},
-      {"ISDATE", {"qor_isdate", 1, 1}},
-      {"LCASE", {"lower", 1, 1}},
-      {"LEFT", {"", 2, 2}},
-      {"LEN", {"length", 1, 1}},
-      {"LTRIM", {"", 1, 1}},
-      {"MAX", {"max", 1, 1}},
-      {"MID", {"substr", 2, 3}},
-      {"MIN", {"min", 1, 1}},
-      {"MINUTE", {"", 1, 1}},
-      {"MONTH", {"", 1, 1}},
-      {"NOW", {"qor_now", 0, 0}},
-      {"NZ", {"", 1, 2}},
-      {"REPLACE", {"replace", 3, 3}},
-      {"RIGHT", {"qor_right", 2, 2}},
-      {"ROUND", {"round", 1, 2}},
-      {"RTRIM", {"", 1, 1}},
-      {"SECOND", {"", 1, 1}},
-      {"SGN", {"qor_sgn", 1, 1}},
-      {"SPACE", {"qor_space", 1, 1}},
-      {"SQR", {"qor_sqr", 1, 1}},
-      {"STR", {"qor_str", 1, 1}},
-      {"STRCOMP", {"qor_strcomp", 2, 3}},
-      {"SUM", {"sum", 1, 1}},
-      {"TIME", {"qor_time", 0, 0}},
-      {"TRIM", {"", 1, 1}},
-      {"UCASE", {"upper", 1, 1}},
-      {"VAL", {"qor_val", 1, 1}},
-      {"WEEKDAY", {"qor_weekday", 1, 2}},
-      {"YEAR", {"", 1, 1}},
-  };
-  return *table;
-}
+struct Scope {
+  Scope* outer = nullptr;
+  std::vector<Table> tables;
+  bool complete = true;  // the fields of every table are known
+  // The select items already translated (for names that are aliases).
+  std::vector<std::pair<std::string, std::pair<std::string, int>>> aliases;
+};
 
-class Parser {
+class Compiler : public Typer {
  public:
-  Parser(std::string_view source, ExpressionOptions options)
-      : source_(source), options_(std::move(options)) {
-    try {
-      tokens_ = Tokenize(source);
-    } catch (const LexError&) {
-      throw SyntaxError{};
-    }
+  Compiler(std::string_view source, Catalog* catalog, const ExpressionOptions& options)
+      : source_(source), catalog_(catalog), options_(options) {}
+
+  // ---- Entries -------------------------------------------------------------------
+
+  std::string Condition(Node& root) {
+    Scope scope = ExpressionScope();
+    scope_ = &scope;
+    TypeTree(root, *this);
+    return Compile(root, true);
   }
 
-  // ---- Statements -----------------------------------------------------------
+  std::string Value(Node& root, int* type) {
+    Scope scope = ExpressionScope();
+    scope_ = &scope;
+    TypeTree(root, *this);
+    if (type) *type = root.type;
+    return Compile(root, false);
+  }
 
-  Statement ParseStatement() {
+  Statement CompileStatement(StatementAst& ast) {
     Statement st;
-    if (Peek().IsKeyword("SELECT")) {
-      st.kind = StatementKind::kSelect;
-      st.sql = ParseSelect(&st.single_table, true);
-    } else if (Peek().IsKeyword("INSERT")) {
-      st.kind = StatementKind::kInsert;
-      st.sql = ParseInsert();
-    } else if (Peek().IsKeyword("UPDATE")) {
-      st.kind = StatementKind::kUpdate;
-      st.sql = ParseUpdate();
-    } else if (Peek().IsKeyword("DELETE")) {
-      st.kind = StatementKind::kDelete;
-      st.sql = ParseDelete();
-    } else {
-      throw SyntaxError{e::kInvalidSql};
+    switch (ast.kind) {
+      case StatementKind::kSelect:
+        st.kind = StatementKind::kSelect;
+        st.sql = CompileSelect(*ast.select, &st, nullptr, nullptr);
+        break;
+      case StatementKind::kInsert:
+        st.kind = StatementKind::kInsert;
+        st.sql = CompileInsert(ast);
+        break;
+      case StatementKind::kUpdate:
+        st.kind = StatementKind::kUpdate;
+        st.sql = CompileUpdate(ast);
+        break;
+      case StatementKind::kDelete: {
+        st.kind = StatementKind::kDelete;
+        Scope scope;
+        AddTable(&scope, ast.table, "");
+        scope_ = &scope;
+        st.sql = "DELETE FROM " + QuoteName(ast.table);
+        if (ast.where) st.sql += " WHERE " + TopCondition(*ast.where);
+        scope_ = nullptr;
+        break;
+      }
     }
-    if (Peek().IsSymbol(";")) Next();
-    if (Peek().kind != TokenKind::kEnd) throw SyntaxError{};
     return st;
   }
 
-  std::string ParseWholeExpression() {
-    std::string out = ParseExpr();
-    if (Peek().kind != TokenKind::kEnd) throw SyntaxError{};
-    return out;
+  bool used_literals() const { return literal_count_ > 0; }
+  size_t literal_count() const { return literal_count_; }
+  void set_inline_literals() { inline_literals_ = true; }
+
+  // ---- Typer ---------------------------------------------------------------------
+
+  void Column(Node& n) override {
+    if (n.implied) {
+      n.sql = options_.implied_operand;
+      n.type = ExpressionType(options_.implied_type);
+      return;
+    }
+    const std::string& name = n.parts.back();
+    std::string qualifier = n.parts.size() >= 2 ? n.parts[n.parts.size() - 2] : "";
+    bool complete = true;
+    for (Scope* s = scope_; s; s = s->outer) {
+      for (const Table& t : s->tables) {
+        bool matches = qualifier.empty() || (t.name.empty() && t.alias.empty()) ||
+                       SameName(qualifier, t.alias.empty() ? t.name : t.alias);
+        if (!matches || !t.fields) continue;
+        int i = FindByName(*t.fields, name);
+        if (i >= 0) {
+          n.type = ExpressionType((*t.fields)[static_cast<size_t>(i)].type);
+          n.sql = ColumnSql(n);
+          return;
+        }
+      }
+      if (qualifier.empty()) {
+        for (const auto& [alias, item] : s->aliases) {
+          if (SameName(alias, name)) {
+            n.type = item.second;
+            n.sql = "(" + item.first + ")";
+            return;
+          }
+        }
+      }
+      complete = complete && s->complete;
+      // Correlated names reach outer queries; an expression's own fields
+      // end the search.
+    }
+    if (complete && scope_ && !scope_->tables.empty()) Fail(e::kTooFewParameters, {"1"});
+    n.type = kVariantType;
+    n.sql = ColumnSql(n);
   }
 
-  size_t error_offset() const { return expr_start_; }
+  void Parameter(Node&) override { throw SyntaxError{}; }
+
+  void Subquery(Node& n) override {
+    int first_type = kVariantType;
+    n.sql = "(" + CompileSelect(*n.select, nullptr, nullptr, &first_type) + ")";
+    if (n.kind == NodeKind::kSubquery) n.type = first_type;
+  }
 
  private:
-  // Counts one level of nesting while it lives.
-  class Nest {
-   public:
-    explicit Nest(Parser* p) : p_(p) {
-      if (++p_->depth_ > kMaxDepth) {
-        --p_->depth_;
-        throw SyntaxError{};
-      }
-    }
-    ~Nest() { --p_->depth_; }
-    Nest(const Nest&) = delete;
-    Nest& operator=(const Nest&) = delete;
-
-   private:
-    Parser* p_;
-  };
-
-  const Token& Peek(size_t ahead = 0) const {
-    size_t i = pos_ + ahead;
-    return i < tokens_.size() ? tokens_[i] : tokens_.back();
-  }
-  const Token& Next() {
-    const Token& t = Peek();
-    if (pos_ < tokens_.size() - 1) ++pos_;
-    return t;
-  }
-  void ExpectKeyword(std::string_view word, int32_t error = 0) {
-    if (!Peek().IsKeyword(word)) throw SyntaxError{error};
-    Next();
-  }
-  void ExpectSymbol(std::string_view symbol, int32_t error = 0) {
-    if (!Peek().IsSymbol(symbol)) throw SyntaxError{error};
-    Next();
-  }
-  bool AcceptKeyword(std::string_view word) {
-    if (!Peek().IsKeyword(word)) return false;
-    Next();
-    return true;
-  }
-  bool AcceptSymbol(std::string_view symbol) {
-    if (!Peek().IsSymbol(symbol)) return false;
-    Next();
-    return true;
+  Scope ExpressionScope() {
+    Scope scope;
+    Table t;
+    t.fields = options_.fields;
+    scope.tables.push_back(t);
+    scope.complete = options_.fields != nullptr;
+    return scope;
   }
 
-  // A name usable as an identifier (any bracketed name, a bare name that is
-  // not a clause word).
-  bool AtIdentifier() const {
-    const Token& t = Peek();
-    return t.kind == TokenKind::kName && (t.bracketed || !IsClauseWord(t));
-  }
-  std::string TakeIdentifier(int32_t error = 0) {
-    if (!AtIdentifier()) throw SyntaxError{error};
-    return Next().text;
-  }
-
-  // A top-level expression of a statement; its start is remembered for the
-  // error text.
-  std::string ParseTopExpr() {
-    expr_start_ = Peek().offset;
-    return ParseExpr();
-  }
-
-  std::string ParseSelect(std::string* single_table, bool allow_union) {
-    Nest nest(this);
-    ExpectKeyword("SELECT");
-    std::string out = "SELECT ";
-    bool simple = true;
-    if (AcceptKeyword("DISTINCT")) {
-      out += "DISTINCT ";
-      simple = false;
-    } else if (!AcceptKeyword("DISTINCTROW")) {
-      AcceptKeyword("ALL");
-    }
-    std::string limit;
-    if (AcceptKeyword("TOP")) {
-      if (Peek().kind != TokenKind::kNumber) throw SyntaxError{e::kInvalidSql};
-      limit = Next().text;
-      if (Peek().IsKeyword("PERCENT")) throw SyntaxError{e::kInvalidSql};
-    }
-    // The select list.
-    if (Peek().IsKeyword("FROM") || Peek().kind == TokenKind::kEnd) throw SyntaxError{kSelectError};
-    do {
-      if (AcceptSymbol("*")) {
-        out += "*";
-      } else if (AtIdentifier() && (Peek(1).IsSymbol(".") || Peek(1).IsSymbol("!")) &&
-                 Peek(2).IsSymbol("*")) {
-        out += QuoteName(Next().text) + ".*";  // all columns of a table; no alias
-        Next();
-        Next();
-      } else {
-        out += ParseTopExpr();
-        if (AcceptKeyword("AS")) {
-          if (Peek().kind != TokenKind::kName) throw SyntaxError{};
-          out += " AS " + QuoteName(Next().text);
-        } else if (Peek().kind == TokenKind::kName && Peek().bracketed) {
-          out += " AS " + QuoteName(Next().text);
-        }
-      }
-      if (Peek().IsSymbol(",")) out += ", ";
-    } while (AcceptSymbol(","));
-    if (Peek().IsKeyword("INTO")) throw SyntaxError{e::kInvalidSql};
-    ExpectKeyword("FROM", kSelectError);
-    int tables = 0;
-    std::string first_table;
-    out += " FROM " + ParseFromList(&tables, &first_table);
-    if (tables != 1) simple = false;
-    if (AcceptKeyword("WHERE")) out += " WHERE " + ParseTopExpr();
-    if (AcceptKeyword("GROUP")) {
-      ExpectKeyword("BY", kSelectError);
-      out += " GROUP BY " + ParseExprList();
-      simple = false;
-    }
-    if (AcceptKeyword("HAVING")) {
-      out += " HAVING " + ParseTopExpr();
-      simple = false;
-    }
-    if (allow_union) {
-      while (AcceptKeyword("UNION")) {
-        out += AcceptKeyword("ALL") ? " UNION ALL " : " UNION ";
-        if (!limit.empty()) throw SyntaxError{e::kInvalidSql};
-        std::string ignored;
-        out += ParseSelect(&ignored, false);
-        simple = false;
-      }
-    }
-    if (AcceptKeyword("ORDER")) {
-      ExpectKeyword("BY", kSelectError);
-      bool first = true;
-      do {
-        out += first ? " ORDER BY " : ", ";
-        first = false;
-        out += ParseTopExpr();
-        if (AcceptKeyword("DESC")) {
-          out += " DESC";
-        } else {
-          AcceptKeyword("ASC");
-        }
-      } while (AcceptSymbol(","));
-    }
-    if (!limit.empty()) out += " LIMIT " + limit;
-    if (single_table && simple) *single_table = first_table;
-    return out;
-  }
-
-  std::string ParseExprList() {
-    std::string out = ParseTopExpr();
-    while (AcceptSymbol(",")) out += ", " + ParseTopExpr();
-    return out;
-  }
-
-  std::string ParseFromList(int* tables, std::string* first_table) {
-    std::string out = ParseFromItem(tables, first_table);
-    while (AcceptSymbol(",")) {
-      out += ", " + ParseFromItem(tables, first_table);
-    }
-    return out;
-  }
-
-  std::string ParseFromItem(int* tables, std::string* first_table) {
-    std::string out = ParseJoinTerm(tables, first_table);
-    while (true) {
-      std::string join;
-      if (AcceptKeyword("INNER")) {
-        join = " INNER JOIN ";
-      } else if (AcceptKeyword("LEFT")) {
-        AcceptKeyword("OUTER");
-        join = " LEFT JOIN ";
-      } else if (AcceptKeyword("RIGHT")) {
-        AcceptKeyword("OUTER");
-        join = " RIGHT JOIN ";
-      } else {
-        break;
-      }
-      ExpectKeyword("JOIN", e::kSyntaxFrom);
-      out += join + ParseJoinTerm(tables, first_table);
-      ExpectKeyword("ON", e::kSyntaxFrom);
-      out += " ON " + ParseTopExpr();
-    }
-    return out;
-  }
-
-  std::string ParseJoinTerm(int* tables, std::string* first_table) {
-    Nest nest(this);
+  std::string ColumnSql(const Node& n) const {
+    if (!options_.column_prefix.empty()) return options_.column_prefix + QuoteName(n.parts.back());
     std::string out;
-    if (AcceptSymbol("(")) {
-      if (Peek().IsKeyword("SELECT")) {
-        out = "(" + ParseSelect(nullptr, true) + ")";
-        *tables += 2;  // a derived table is never updatable
-      } else {
-        out = "(" + ParseFromItem(tables, first_table) + ")";
-        ExpectSymbol(")", e::kSyntaxFrom);
-        if (Peek().IsKeyword("AS") || AtIdentifier()) throw SyntaxError{e::kSyntaxFrom};
-        return out;  // a parenthesized join takes no alias
-      }
-      ExpectSymbol(")", e::kSyntaxFrom);
-    } else {
-      std::string name = TakeIdentifier(e::kSyntaxFrom);
-      if (++*tables == 1) *first_table = name;
-      out = QuoteName(name);
-    }
-    if (AcceptKeyword("AS")) {
-      out += " AS " + QuoteName(TakeIdentifier(e::kSyntaxFrom));
-      *tables += 1;  // an alias changes how the columns are named
-    } else if (AtIdentifier()) {
-      out += " AS " + QuoteName(Next().text);
-      *tables += 1;
-    }
-    return out;
-  }
-
-  std::string ParseInsert() {
-    ExpectKeyword("INSERT");
-    ExpectKeyword("INTO", e::kSyntaxInsert);
-    std::string out = "INSERT INTO " + QuoteName(TakeIdentifier(e::kSyntaxInsert));
-    if (AcceptSymbol("(")) {
-      out += " (";
-      do {
-        std::string name = TakeIdentifier(e::kSyntaxInsert);
-        while (AcceptSymbol(".")) name = TakeIdentifier(e::kSyntaxInsert);  // t.col
-        if (out.back() != '(') out += ", ";
-        out += QuoteName(name);
-      } while (AcceptSymbol(","));
-      ExpectSymbol(")", e::kSyntaxInsert);
-      out += ")";
-    }
-    if (AcceptKeyword("VALUES")) {
-      ExpectSymbol("(", e::kSyntaxInsert);
-      out += " VALUES (" + ParseExprList() + ")";
-      ExpectSymbol(")", e::kSyntaxInsert);
-    } else if (Peek().IsKeyword("SELECT")) {
-      out += " " + ParseSelect(nullptr, true);
-    } else {
-      throw SyntaxError{e::kSyntaxInsert};
-    }
-    return out;
-  }
-
-  std::string ParseUpdate() {
-    ExpectKeyword("UPDATE");
-    std::string table = TakeIdentifier(e::kSyntaxUpdate);
-    std::string out = "UPDATE " + QuoteName(table) + " SET ";
-    ExpectKeyword("SET", e::kSyntaxUpdate);
-    do {
-      std::string column = TakeIdentifier(e::kSyntaxUpdate);
-      while (AcceptSymbol(".") || AcceptSymbol("!")) column = TakeIdentifier(e::kSyntaxUpdate);
-      ExpectSymbol("=", e::kSyntaxUpdate);
-      if (out.back() != ' ') out += ", ";
-      out += QuoteName(column) + " = " + ParseTopExpr();
-    } while (AcceptSymbol(","));
-    if (AcceptKeyword("WHERE")) out += " WHERE " + ParseTopExpr();
-    return out;
-  }
-
-  std::string ParseDelete() {
-    ExpectKeyword("DELETE");
-    // DELETE [*] [t.*] FROM t
-    if (!AcceptSymbol("*")) {
-      while (AtIdentifier()) {
-        Next();
-        ExpectSymbol(".", e::kInvalidSql);
-        ExpectSymbol("*", e::kInvalidSql);
-        if (!AcceptSymbol(",")) break;
-      }
-    }
-    ExpectKeyword("FROM", e::kInvalidSql);
-    std::string out = "DELETE FROM " + QuoteName(TakeIdentifier(e::kSyntaxFrom));
-    if (AcceptKeyword("WHERE")) out += " WHERE " + ParseTopExpr();
-    return out;
-  }
-
-  // ---- Expressions, lowest precedence first ------------------------------
-
-  std::string ParseExpr() {
-    Nest nest(this);
-    return ParseImp();
-  }
-
-  // A left-associative chain a op b op c ... written as ((a op b) op c):
-  // open(op) before the left operand and middle(op) between it and the
-  // right one, then ")". Built in one pass, so a long chain costs its length.
-  struct ChainPart {
-    std::string open, middle, operand;
-  };
-  static std::string JoinChain(std::string first, std::vector<ChainPart>& parts) {
-    if (parts.empty()) return first;
-    size_t size = first.size();
-    for (const ChainPart& p : parts) size += p.open.size() + p.middle.size() + p.operand.size() + 1;
-    std::string out;
-    out.reserve(size);
-    for (size_t i = parts.size(); i-- > 0;) out += parts[i].open;
-    out += first;
-    for (const ChainPart& p : parts) {
-      out += p.middle;
-      out += p.operand;
-      out += ')';
-    }
-    return out;
-  }
-
-  std::string ParseImp() {
-    std::string left = ParseEqv();
-    std::vector<ChainPart> parts;
-    while (AcceptKeyword("IMP")) parts.push_back({"(NOT (", ") OR (", ParseEqv() + ")"});
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseEqv() {
-    std::string left = ParseXor();
-    std::vector<ChainPart> parts;
-    while (AcceptKeyword("EQV")) {
-      parts.push_back({"(((", ") <> 0) = ((", ParseXor() + ") <> 0)"});
-    }
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseXor() {
-    std::string left = ParseOr();
-    std::vector<ChainPart> parts;
-    while (AcceptKeyword("XOR")) {
-      parts.push_back({"(((", ") <> 0) <> ((", ParseOr() + ") <> 0)"});
-    }
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseOr() {
-    std::string left = ParseAnd();
-    std::vector<ChainPart> parts;
-    while (AcceptKeyword("OR")) parts.push_back({"(", " OR ", ParseAnd()});
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseAnd() {
-    std::string left = ParseNot();
-    std::vector<ChainPart> parts;
-    while (AcceptKeyword("AND")) parts.push_back({"(", " AND ", ParseNot()});
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseNot() {
-    // Each Not nests one level; a run of them is counted, not recursed into
-    // without bound.
-    int count = 0;
-    while (Peek().IsKeyword("NOT") && !Peek(1).IsKeyword("LIKE") && !Peek(1).IsKeyword("IN") &&
-           !Peek(1).IsKeyword("BETWEEN")) {
-      Next();
-      if (++count + depth_ > kMaxDepth) throw SyntaxError{};
-    }
-    std::string inner;
-    {
-      Nest nest(this);
-      depth_ += count;
-      try {
-        inner = ParseComparison();
-      } catch (...) {
-        depth_ -= count;
-        throw;
-      }
-      depth_ -= count;
-    }
-    if (count == 0) return inner;
-    std::string out;
-    out.reserve(inner.size() + 6 * static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) out += "(NOT ";
-    out += inner;
-    out.append(static_cast<size_t>(count), ')');
-    return out;
-  }
-
-  bool AtComparison() const {
-    const Token& t = Peek();
-    if (t.kind == TokenKind::kSymbol) {
-      return t.text == "=" || t.text == "<>" || t.text == "<" || t.text == ">" || t.text == "<=" ||
-             t.text == ">=";
-    }
-    if (t.IsKeyword("LIKE") || t.IsKeyword("BETWEEN") || t.IsKeyword("IN") || t.IsKeyword("IS")) {
-      return true;
-    }
-    return t.IsKeyword("NOT") &&
-           (Peek(1).IsKeyword("LIKE") || Peek(1).IsKeyword("IN") || Peek(1).IsKeyword("BETWEEN"));
-  }
-
-  std::string ParseComparison() {
-    std::string left;
-    if (!options_.implied_operand.empty() && AtComparison()) {
-      left = options_.implied_operand;
-    } else {
-      left = ParseConcat();
-    }
-    while (AtComparison()) {
-      if (Peek().kind == TokenKind::kSymbol) {
-        std::vector<ChainPart> parts;
-        while (Peek().kind == TokenKind::kSymbol && AtComparison()) {
-          std::string op = Next().text;
-          parts.push_back({"(", " " + op + " ", ParseConcat()});
-        }
-        left = JoinChain(std::move(left), parts);
-        continue;
-      }
-      bool negate = AcceptKeyword("NOT");
-      if (AcceptKeyword("LIKE")) {
-        left = "qor_like(" + left + ", " + ParseConcat() + ")";
-      } else if (AcceptKeyword("BETWEEN")) {
-        std::string low = ParseConcat();
-        ExpectKeyword("AND");
-        left = "(" + left + " BETWEEN " + low + " AND " + ParseConcat() + ")";
-      } else if (AcceptKeyword("IN")) {
-        ExpectSymbol("(");
-        if (Peek().IsKeyword("SELECT")) {
-          left = "(" + left + " IN (" + ParseSelect(nullptr, true) + "))";
-        } else {
-          std::string list = ParseExpr();
-          while (AcceptSymbol(",")) list += ", " + ParseExpr();
-          left = "(" + left + " IN (" + list + "))";
-        }
-        ExpectSymbol(")");
-      } else {
-        ExpectKeyword("IS");
-        bool is_not = AcceptKeyword("NOT");
-        ExpectKeyword("NULL");
-        left = "(" + left + (is_not ? " IS NOT NULL)" : " IS NULL)");
-      }
-      if (negate) left = "(NOT " + left + ")";
-    }
-    return left;
-  }
-
-  std::string ParseConcat() {
-    std::string left = ParseAdditive();
-    std::vector<ChainPart> parts;
-    while (AcceptSymbol("&")) {
-      parts.push_back({"(coalesce(", ", '') || coalesce(", ParseAdditive() + ", '')"});
-    }
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseAdditive() {
-    std::string left = ParseMod();
-    std::vector<ChainPart> parts;
-    while (Peek().IsSymbol("+") || Peek().IsSymbol("-")) {
-      std::string op = Next().text;
-      parts.push_back({"(", " " + op + " ", ParseMod()});
-    }
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseMod() {
-    std::string left = ParseIntDiv();
-    std::vector<ChainPart> parts;
-    while (AcceptKeyword("MOD")) parts.push_back({"qor_mod(", ", ", ParseIntDiv()});
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseIntDiv() {
-    std::string left = ParseMultiplicative();
-    std::vector<ChainPart> parts;
-    while (AcceptSymbol("\\")) parts.push_back({"qor_idiv(", ", ", ParseMultiplicative()});
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseMultiplicative() {
-    std::string left = ParseUnary();
-    std::vector<ChainPart> parts;
-    while (Peek().IsSymbol("*") || Peek().IsSymbol("/")) {
-      std::string op = Next().text;
-      // Jet's / always divides as real numbers.
-      if (op == "/") {
-        parts.push_back({"(CAST(", " AS REAL) / ", ParseUnary()});
-      } else {
-        parts.push_back({"(", " * ", ParseUnary()});
-      }
-    }
-    return JoinChain(std::move(left), parts);
-  }
-  std::string ParseUnary() {
-    // A run of signs is counted, not recursed into; each minus nests a level.
-    std::vector<bool> minus;
-    while (Peek().IsSymbol("-") || Peek().IsSymbol("+")) {
-      minus.push_back(Next().text == "-");
-      if (static_cast<int>(minus.size()) + depth_ > kMaxDepth) throw SyntaxError{};
-    }
-    std::string inner;
-    {
-      int extra = static_cast<int>(minus.size());
-      depth_ += extra;
-      try {
-        inner = ParsePower();
-      } catch (...) {
-        depth_ -= extra;
-        throw;
-      }
-      depth_ -= extra;
-    }
-    size_t negations = 0;
-    for (bool m : minus) negations += m ? 1 : 0;
-    if (negations == 0) return inner;
-    std::string out;
-    out.reserve(inner.size() + 3 * negations);
-    for (size_t i = 0; i < negations; ++i) out += "(-";
-    out += inner;
-    out.append(negations, ')');
-    return out;
-  }
-  std::string ParsePower() {
-    std::string left = ParsePrimary();
-    std::vector<ChainPart> parts;
-    while (AcceptSymbol("^")) parts.push_back({"qor_pow(", ", ", ParsePrimary()});
-    return JoinChain(std::move(left), parts);
-  }
-
-  std::string ParsePrimary() {
-    const Token& t = Peek();
-    switch (t.kind) {
-      case TokenKind::kNumber: {
-        std::string digits = Next().text;
-        if (!options_.literals) return digits;
-        double x = std::strtod(digits.c_str(), nullptr);
-        if (digits.find_first_of(".eE") == std::string::npos && x <= 2147483647.0) {
-          return Literal(Long(static_cast<int32_t>(x)));
-        }
-        return Literal(Variant(x));
-      }
-      case TokenKind::kString: {
-        std::string text = Next().text;
-        return options_.literals ? Literal(Variant(text)) : QuoteText(text);
-      }
-      case TokenKind::kDate: {
-        Date d;
-        if (!vb::ParseDate(t.text, &d)) throw SyntaxError{};
-        Next();
-        vb::DateParts p = vb::SplitDate(d);
-        char buf[32];
-        std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", p.year, p.month, p.day,
-                      p.hour, p.minute, p.second);
-        return options_.literals ? Literal(Variant(std::string(buf))) : QuoteText(buf);
-      }
-      case TokenKind::kSymbol:
-        if (AcceptSymbol("(")) {
-          std::string inner;
-          if (Peek().IsKeyword("SELECT")) {
-            inner = ParseSelect(nullptr, true);
-          } else {
-            inner = ParseExpr();
-          }
-          ExpectSymbol(")");
-          return "(" + inner + ")";
-        }
-        throw SyntaxError{};
-      case TokenKind::kName:
-        return ParseNamePrimary();
-      case TokenKind::kEnd:
-        break;
-    }
-    throw SyntaxError{};
-  }
-
-  // A literal as the next parameter.
-  std::string Literal(Variant value) {
-    options_.literals->push_back(std::move(value));
-    return "?" + std::to_string(options_.first_parameter +
-                                static_cast<int>(options_.literals->size()) - 1);
-  }
-
-  std::string ParseNamePrimary() {
-    Token t = Next();
-    if (!t.bracketed) {
-      if (t.IsKeyword("TRUE") || t.IsKeyword("YES") || t.IsKeyword("ON")) return "-1";
-      if (t.IsKeyword("FALSE") || t.IsKeyword("NO") || t.IsKeyword("OFF")) return "0";
-      if (t.IsKeyword("NULL")) return "NULL";
-      if (t.IsKeyword("EXISTS")) {
-        ExpectSymbol("(");
-        std::string sub = ParseSelect(nullptr, true);
-        ExpectSymbol(")");
-        return "EXISTS (" + sub + ")";
-      }
-      if (IsClauseWord(t)) throw SyntaxError{};
-      if (Peek().IsSymbol("(")) return CallFunction(t.text);
-    }
-    std::vector<std::string> parts{t.text};
-    while (Peek().IsSymbol(".") || Peek().IsSymbol("!")) {
-      Next();
-      if (Peek().kind != TokenKind::kName) throw SyntaxError{};  // t.* only in a select list
-      parts.push_back(Next().text);
-    }
-    if (parts.size() > 3) throw SyntaxError{};
-    if (!options_.column_prefix.empty()) return options_.column_prefix + QuoteName(parts.back());
-    std::string out;
-    for (const std::string& p : parts) {
+    for (const std::string& p : n.parts) {
       if (!out.empty()) out += ".";
       out += QuoteName(p);
     }
     return out;
   }
 
-  std::string CallFunction(std::string name) {
-    Nest nest(this);
-    ExpectSymbol("(");
-    if (!name.empty() && name.back() == '$') name.pop_back();  // Left$ is Left
-    std::string upper = vb::UCase(name);
-    std::vector<std::string> args;
-    if (upper == "COUNT" && AcceptSymbol("*")) {
-      args.push_back("*");
-    } else if (!Peek().IsSymbol(")")) {
-      if (AcceptKeyword("DISTINCT")) upper += "_DISTINCT";
-      do {
-        args.push_back(ParseExpr());
-      } while (AcceptSymbol(","));
+  void AddTable(Scope* scope, const std::string& name, const std::string& alias) {
+    Table t;
+    t.name = name;
+    t.alias = alias;
+    t.fields = catalog_ ? catalog_->Fields(name) : nullptr;
+    if (!t.fields) scope->complete = false;
+    scope->tables.push_back(std::move(t));
+  }
+
+  // ---- Expressions -------------------------------------------------------------------
+
+  std::string TopCondition(Node& n) {
+    TypeTree(n, *this);
+    return Compile(n, true);
+  }
+  std::string TopValue(Node& n) {
+    TypeTree(n, *this);
+    return Compile(n, false);
+  }
+
+  std::string Literal(const Variant& v) {
+    if (!options_.literals || inline_literals_ || v.IsNull() || v.IsBoolean()) {
+      return LiteralSql(v);
     }
-    ExpectSymbol(")");
-    if (upper.ends_with("_DISTINCT")) {
-      upper.resize(upper.size() - 9);
-      if (args.size() != 1) throw SyntaxError{};
-      args[0] = "DISTINCT " + args[0];
+    options_.literals->push_back(v);
+    ++literal_count_;
+    return "?" + std::to_string(options_.first_parameter +
+                                static_cast<int>(options_.literals->size()) - 1);
+  }
+
+  static std::string AsValue(const std::string& condition) { return "-(" + condition + ")"; }
+
+  // Whether the node is written as SQLite's own construct in the context.
+  bool Native(const Node& n, bool condition) const {
+    switch (n.kind) {
+      case NodeKind::kLiteral:
+      case NodeKind::kColumn:
+      case NodeKind::kAggregate:
+      case NodeKind::kSubquery:
+      case NodeKind::kExists:
+      case NodeKind::kInSelect:
+      case NodeKind::kIsNull:
+        return true;
+      case NodeKind::kChain:
+        if (n.ops.size() == 1 && IsComparison(n.ops[0])) {
+          return ComparableNatively(n.kids[0]->type, n.kids[1]->type);
+        }
+        if ((n.ops[0] == Op::kAnd || n.ops[0] == Op::kOr) && condition) {
+          // Only as a condition: SQLite may leave out a side whose value
+          // does not matter, where a value computes both as VB does.
+          for (const NodePtr& k : n.kids) {
+            if (!IsBooleanish(k->type)) return false;
+          }
+          return n.kids.size() <= 200;
+        }
+        return false;
+      case NodeKind::kUnary:
+        return n.ops[0] == Op::kNot && IsBooleanish(n.kids[0]->type);
+      case NodeKind::kLike:
+        return Texty(n.kids[0]->type) && Texty(n.kids[1]->type);
+      case NodeKind::kBetween:
+        return ComparableNatively(n.kids[0]->type, n.kids[1]->type) &&
+               ComparableNatively(n.kids[0]->type, n.kids[2]->type) &&
+               !(n.kids[0]->type == kNullType);
+      case NodeKind::kIn:
+        for (size_t i = 1; i < n.kids.size(); ++i) {
+          if (!ComparableNatively(n.kids[0]->type, n.kids[i]->type)) return false;
+        }
+        return true;
+      default:
+        return false;
     }
-    auto it = Functions().find(upper);
-    if (it == Functions().end()) throw UnknownFunction{name};
-    const FunctionForm& form = it->second;
-    int n = static_cast<int>(args.size());
-    if (n < form.min_args || n > form.max_args) throw SyntaxError{};
-    auto part = [&](const char* unit) {
-      return "qor_datepart('" + std::string(unit) + "', " + args[0] + ")";
-    };
-    if (upper == "IIF") {
-      return "(CASE WHEN " + args[0] + " THEN " + args[1] + " ELSE " + args[2] + " END)";
+    (void)condition;
+  }
+
+  // Texts (or values that may be texts) compare by Jet's order.
+  static bool Texty(int type) { return IsTextualType(type) || type == kVariantType; }
+  static std::string CollateFor(int type) { return Texty(type) ? std::string(kCollate) : ""; }
+  std::string Collated(const Node& a, const Node& b) const {
+    return Texty(a.type) && Texty(b.type) ? std::string(kCollate) : "";
+  }
+
+  std::string Compile(Node& n, bool condition) {
+    if (!Native(n, condition)) return Region(n, kVariantType, false);
+    switch (n.kind) {
+      case NodeKind::kLiteral:
+        return Literal(n.value);
+      case NodeKind::kColumn:
+        return n.sql;
+      case NodeKind::kAggregate:
+        return AggregateSql(n);
+      case NodeKind::kSubquery:
+        return n.sql;
+      case NodeKind::kExists: {
+        std::string sql = "EXISTS " + n.sql;
+        return condition ? sql : AsValue(sql);
+      }
+      case NodeKind::kInSelect: {
+        const Node& v = *n.kids[0];
+        std::string sql = "(" + Compile(*n.kids[0], false) + CollateFor(v.type) +
+                          (n.negate ? " NOT IN " : " IN ") + n.sql + ")";
+        return condition ? sql : AsValue(sql);
+      }
+      case NodeKind::kIsNull: {
+        std::string sql =
+            "(" + Compile(*n.kids[0], false) + (n.negate ? " IS NOT NULL)" : " IS NULL)");
+        return condition ? sql : AsValue(sql);
+      }
+      case NodeKind::kChain: {
+        if (IsComparison(n.ops[0])) {
+          std::string sql = "(" + Compile(*n.kids[0], false) + ComparisonSql(n.ops[0]) +
+                            Compile(*n.kids[1], false) + Collated(*n.kids[0], *n.kids[1]) + ")";
+          return condition ? sql : AsValue(sql);
+        }
+        std::string sql = "(";
+        const char* word = n.ops[0] == Op::kAnd ? " AND " : " OR ";
+        for (size_t i = 0; i < n.kids.size(); ++i) {
+          if (i) sql += word;
+          sql += Compile(*n.kids[i], true);
+        }
+        sql += ")";
+        return condition ? sql : AsValue(sql);
+      }
+      case NodeKind::kUnary:
+        if (condition) return "(NOT " + Compile(*n.kids[0], true) + ")";
+        return "(~" + Compile(*n.kids[0], false) + ")";
+      case NodeKind::kLike: {
+        std::string sql =
+            "qor_like(" + Compile(*n.kids[0], false) + ", " + Compile(*n.kids[1], false) + ")";
+        if (!n.negate) return sql;
+        return condition ? "(NOT " + sql + ")" : "(~" + sql + ")";
+      }
+      case NodeKind::kBetween: {
+        std::string sql = "(" + Compile(*n.kids[0], false) + CollateFor(n.kids[0]->type) +
+                          (n.negate ? " NOT BETWEEN " : " BETWEEN ") + Compile(*n.kids[1], false) +
+                          " AND " + Compile(*n.kids[2], false) + ")";
+        return condition ? sql : AsValue(sql);
+      }
+      case NodeKind::kIn: {
+        std::string sql = "(" + Compile(*n.kids[0], false) + CollateFor(n.kids[0]->type) +
+                          (n.negate ? " NOT IN (" : " IN (");
+        for (size_t i = 1; i < n.kids.size(); ++i) {
+          if (i > 1) sql += ", ";
+          sql += Compile(*n.kids[i], false);
+        }
+        sql += "))";
+        return condition ? sql : AsValue(sql);
+      }
+      default:
+        return Region(n, kVariantType, false);
     }
-    if (upper == "NZ") return "coalesce(" + args[0] + ", " + (n > 1 ? args[1] : "''") + ")";
-    if (upper == "ISNULL") return "(-(" + args[0] + " IS NULL))";
-    if (upper == "LEFT") return "substr(" + args[0] + ", 1, " + args[1] + ")";
-    if (upper == "TRIM") return "trim(" + args[0] + ", ' ')";
-    if (upper == "LTRIM") return "ltrim(" + args[0] + ", ' ')";
-    if (upper == "RTRIM") return "rtrim(" + args[0] + ", ' ')";
-    if (upper == "YEAR") return part("yyyy");
-    if (upper == "MONTH") return part("m");
-    if (upper == "DAY") return part("d");
-    if (upper == "HOUR") return part("h");
-    if (upper == "MINUTE") return part("n");
-    if (upper == "SECOND") return part("s");
-    std::string out = std::string(form.sqlite) + "(";
-    for (int i = 0; i < n; ++i) out += (i ? ", " : "") + args[i];
+  }
+
+  std::string AggregateSql(Node& n) {
+    if (n.kids.empty()) return "count(*)";
+    const Node& arg = *n.kids[0];
+    std::string value = Compile(*n.kids[0], false);
+    if (n.distinct) value = "DISTINCT " + value;
+    const std::string& f = n.name;
+    if (f == "COUNT") return "count(" + value + ")";
+    if (f == "SUM") return "sum(" + value + ")";
+    if (f == "AVG") return "avg(" + value + ")";
+    std::string collate = IsTextualType(arg.type) ? std::string(kCollate) : "";
+    if (f == "MIN") return "min(" + value + collate + ")";
+    if (f == "MAX") return "max(" + value + collate + ")";
+    if (f == "FIRST") return "qor_first(" + value + ")";
+    if (f == "LAST") return "qor_last(" + value + ")";
+    if (f == "STDEV") return "qor_stdev(" + value + ")";
+    if (f == "STDEVP") return "qor_stdevp(" + value + ")";
+    if (f == "VAR") return "qor_var(" + value + ")";
+    return "qor_varp(" + value + ")";
+  }
+
+  static bool HasUnknownName(const Node& n) {
+    if ((n.kind == NodeKind::kColumn || n.kind == NodeKind::kSubquery ||
+         n.kind == NodeKind::kAggregate) &&
+        n.type == kVariantType) {
+      return true;
+    }
+    for (const NodePtr& k : n.kids) {
+      if (HasUnknownName(*k)) return true;
+    }
+    return false;
+  }
+
+  // ---- Programs ---------------------------------------------------------------------
+
+  struct Leaf {
+    size_t begin, end;
+    size_t index;  // 1-based
+  };
+
+  bool IsLeaf(const Node& n) const {
+    switch (n.kind) {
+      case NodeKind::kColumn:
+      case NodeKind::kAggregate:
+      case NodeKind::kSubquery:
+      case NodeKind::kExists:
+      case NodeKind::kInSelect:
+        return true;
+      case NodeKind::kLiteral:
+        return options_.literals && !inline_literals_ && !n.value.IsNull() && !n.value.IsBoolean();
+      default:
+        return false;
+    }
+  }
+
+  void CollectLeaves(Node& n, std::vector<Leaf>* leaves, std::vector<std::string>* sql,
+                     std::vector<int>* types, std::map<std::string, size_t>* seen) {
+    if (IsLeaf(n)) {
+      std::string s = Compile(n, false);
+      auto [it, fresh] = seen->emplace(s, sql->size() + 1);
+      if (fresh) {
+        sql->push_back(s);
+        types->push_back(n.type == kNullType ? kVariantType : n.type);
+      }
+      leaves->push_back({n.begin, n.end, it->second});
+      return;
+    }
+    for (NodePtr& k : n.kids) CollectLeaves(*k, leaves, sql, types, seen);
+  }
+
+  // The node as a call of qor_expr: its text with its leaves as parameters.
+  std::string Region(Node& n, int result_type, bool error_values) {
+    std::vector<Leaf> leaves;
+    std::vector<std::string> sql;
+    std::vector<int> types;
+    std::map<std::string, size_t> seen;
+    CollectLeaves(n, &leaves, &sql, &types, &seen);
+    if (sql.size() > kMaxProgramParameters) throw SyntaxError{};
+    std::string program;
+    size_t at = n.begin;
+    for (const Leaf& leaf : leaves) {
+      program.append(source_.substr(at, leaf.begin - at));
+      program += "?" + std::to_string(leaf.index);
+      if (leaf.end == leaf.begin) program += " ";  // an implied operand
+      at = leaf.end;
+    }
+    program.append(source_.substr(at, n.end - at));
+    int type = result_type != kVariantType ? result_type : n.type;
+    if (type == kNullType) type = kVariantType;
+    std::string out = "qor_expr(" + QuoteText(ProgramText(error_values, type, types, program));
+    for (const std::string& s : sql) out += ", " + s;
     return out + ")";
   }
 
- public:
-  struct UnknownFunction {
-    std::string name;
-  };
+  // sql (of type from) as a value to store in a field of type to.
+  std::string Converted(const std::string& sql, int from, int to) {
+    if (!NeedsConversion(from, to)) return sql;
+    return "qor_expr(" +
+           QuoteText(ProgramText(false, to, {from == kNullType ? kVariantType : from}, "?1", true)) +
+           ", " + sql + ")";
+  }
 
- private:
-  static constexpr int32_t kSelectError = e::kSyntaxSelect;
+  // ---- Statements -------------------------------------------------------------------
+
+  // Registers the tables of a FROM item; the ON conditions come later.
+  void RegisterFrom(FromItem& item, Scope* scope, int* tables, std::string* first_table) {
+    switch (item.kind) {
+      case FromItem::Kind::kTable:
+        AddTable(scope, item.table, item.alias);
+        if (++*tables == 1) *first_table = item.table;
+        if (!item.alias.empty()) ++*tables;
+        break;
+      case FromItem::Kind::kSubquery: {
+        Scope* saved = scope_;
+        scope_ = scope->outer;
+        std::vector<int> types;
+        std::vector<std::string> names;
+        bool known = true;
+        item.sql = CompileSelect(*item.select, nullptr, nullptr, nullptr, &types, &names, &known);
+        scope_ = saved;
+        Table t;
+        t.alias = item.alias;
+        t.name = item.alias.empty() ? std::string("\x01") : item.alias;
+        if (known) {
+          owned_fields_.emplace_back();
+          for (size_t i = 0; i < names.size(); ++i) {
+            FieldInfo f;
+            f.name = names[i];
+            f.type = types[i] == kNullType ? kText : types[i];
+            owned_fields_.back().push_back(f);
+          }
+          t.fields = &owned_fields_.back();
+        } else {
+          scope->complete = false;
+        }
+        scope->tables.push_back(std::move(t));
+        *tables += 2;  // a derived table is never updatable
+        if (!item.alias.empty()) ++*tables;
+        break;
+      }
+      case FromItem::Kind::kJoin:
+        RegisterFrom(*item.left, scope, tables, first_table);
+        RegisterFrom(*item.right, scope, tables, first_table);
+        break;
+    }
+  }
+
+  std::string FromSql(FromItem& item) {
+    switch (item.kind) {
+      case FromItem::Kind::kTable:
+        return QuoteName(item.table) + (item.alias.empty() ? "" : " AS " + QuoteName(item.alias));
+      case FromItem::Kind::kSubquery:
+        return "(" + item.sql + ")" + (item.alias.empty() ? "" : " AS " + QuoteName(item.alias));
+      case FromItem::Kind::kJoin: {
+        std::string out = FromSql(*item.left) + " " + item.join + " JOIN " + FromSql(*item.right) +
+                          " ON " + TopCondition(*item.on);
+        return item.parenthesized ? "(" + out + ")" : out;
+      }
+    }
+    return "";
+  }
+
+  // Names and types of a select's result columns; false when a * cannot be
+  // counted.
+  bool Columns(const Select& s, const Scope& scope, const std::vector<int>& item_types,
+               std::vector<std::string>* names, std::vector<int>* types) {
+    for (size_t i = 0; i < s.items.size(); ++i) {
+      const SelectItem& item = s.items[i];
+      if (item.expr) {
+        std::string name = item.alias;
+        if (name.empty()) {
+          name = item.expr->kind == NodeKind::kColumn && !item.expr->implied
+                     ? item.expr->parts.back()
+                     : "Expr" + std::to_string(1000 + i);
+        }
+        names->push_back(name);
+        types->push_back(item_types[i]);
+        continue;
+      }
+      bool found = false;
+      for (const Table& t : scope.tables) {
+        if (!item.star.empty() && !SameName(item.star, t.alias.empty() ? t.name : t.alias)) {
+          continue;
+        }
+        if (!t.fields) return false;
+        for (const FieldInfo& f : *t.fields) {
+          names->push_back(f.name);
+          types->push_back(0);
+        }
+        found = true;
+      }
+      if (!found) return false;
+    }
+    return true;
+  }
+
+  // A SELECT. st: the statement of the outermost select (its column types,
+  // its single table); target_types: the types of the fields its columns go
+  // to (INSERT ... SELECT); first_type: the type of its first column (a
+  // subquery's value); types/names/known: its columns (a derived table).
+  std::string CompileSelect(Select& s, Statement* st, const std::vector<int>* target_types,
+                            int* first_type, std::vector<int>* types = nullptr,
+                            std::vector<std::string>* names = nullptr, bool* known = nullptr,
+                            bool error_values = false) {
+    Scope scope;
+    scope.outer = scope_;
+    Scope* saved = scope_;
+    int tables = 0;
+    std::string first_table;
+    for (auto& item : s.from) RegisterFrom(*item, &scope, &tables, &first_table);
+    scope_ = &scope;
+    std::string from;
+    for (size_t i = 0; i < s.from.size(); ++i) {
+      if (i) from += ", ";
+      from += FromSql(*s.from[i]);
+    }
+    bool top = st != nullptr || error_values;
+    std::string out = s.distinct ? "SELECT DISTINCT " : "SELECT ";
+    std::vector<int> item_types;
+    for (size_t i = 0; i < s.items.size(); ++i) {
+      SelectItem& item = s.items[i];
+      if (i) out += ", ";
+      if (!item.expr) {
+        out += item.star.empty() ? "*" : QuoteName(item.star) + ".*";
+        item_types.push_back(0);
+        continue;
+      }
+      Node& e = *item.expr;
+      TypeTree(e, *this);
+      int type = e.type;
+      std::string sql;
+      // A value that is one of several types (IIf(c, 1, "a")) is a text; one
+      // computed from names of unknown type is what SQLite holds.
+      if (type == kNullType || (type == kVariantType && !HasUnknownName(e))) type = kText;
+      if (Native(e, false)) {
+        sql = Compile(e, false);
+      } else {
+        sql = Region(e, type, top);
+      }
+      if (target_types && i < target_types->size()) {
+        sql = Converted(sql, type, (*target_types)[i]);
+      }
+      if (IsTextualType(type) && e.kind != NodeKind::kColumn && (s.distinct || !s.unions.empty())) {
+        sql += kCollate;
+      }
+      out += sql;
+      if (!item.alias.empty()) out += " AS " + QuoteName(item.alias);
+      item_types.push_back(type);
+      if (!item.alias.empty()) scope.aliases.push_back({item.alias, {sql, type}});
+    }
+    if (first_type && !item_types.empty()) {
+      *first_type = s.items[0].expr ? item_types[0] : kVariantType;
+    }
+    if (st || types) {
+      std::vector<std::string> column_names;
+      std::vector<int> column_types;
+      bool counted = Columns(s, scope, item_types, &column_names, &column_types);
+      if (st && counted) {
+        st->column_types.clear();
+        size_t c = 0;
+        for (const SelectItem& item : s.items) {
+          if (item.expr) {
+            const Node& e = *item.expr;
+            bool plain = e.kind == NodeKind::kColumn && !e.implied && e.sql.front() == '"';
+            st->column_types.push_back(plain ? 0 : column_types[c]);
+            ++c;
+          } else {
+            // The fields of the starred tables, typed by the cursor.
+            size_t n = 0;
+            for (const Table& t : scope.tables) {
+              if (!item.star.empty() && !SameName(item.star, t.alias.empty() ? t.name : t.alias)) {
+                continue;
+              }
+              n += t.fields->size();
+            }
+            st->column_types.insert(st->column_types.end(), n, 0);
+            c += n;
+          }
+        }
+      }
+      if (types) {
+        *types = column_types;
+        *names = column_names;
+        *known = counted;
+      }
+    }
+    out += " FROM " + from;
+    bool simple = !s.distinct && tables == 1;
+    if (s.where) out += " WHERE " + TopCondition(*s.where);
+    if (!s.group_by.empty()) {
+      out += " GROUP BY ";
+      for (size_t i = 0; i < s.group_by.size(); ++i) {
+        if (i) out += ", ";
+        Node& g = *s.group_by[i];
+        out += TopValue(g);
+        if (IsTextualType(g.type)) out += kCollate;
+      }
+      simple = false;
+    }
+    if (s.having) {
+      out += " HAVING " + TopCondition(*s.having);
+      simple = false;
+    }
+    for (auto& [all, u] : s.unions) {
+      out += all ? " UNION ALL " : " UNION ";
+      Scope* outer = scope_;
+      scope_ = scope.outer;
+      out += CompileSelect(*u, nullptr, target_types, nullptr, nullptr, nullptr, nullptr, top);
+      scope_ = outer;
+      simple = false;
+    }
+    if (!s.order_by.empty()) {
+      out += " ORDER BY ";
+      for (size_t i = 0; i < s.order_by.size(); ++i) {
+        if (i) out += ", ";
+        Node& o = *s.order_by[i].expr;
+        out += TopValue(o);
+        if (IsTextualType(o.type)) out += kCollate;
+        if (s.order_by[i].descending) out += " DESC";
+      }
+    }
+    if (!s.limit.empty()) out += " LIMIT " + s.limit;
+    if (st) st->single_table = simple ? first_table : "";
+    scope_ = saved;
+    return out;
+  }
+
+  std::vector<int> TargetTypes(const std::string& table, const std::vector<std::string>& columns) {
+    std::vector<int> out;
+    const std::vector<FieldInfo>* fields = catalog_ ? catalog_->Fields(table) : nullptr;
+    if (!fields) return out;
+    if (columns.empty()) {
+      for (const FieldInfo& f : *fields) out.push_back(ExpressionType(f.type));
+      return out;
+    }
+    for (const std::string& c : columns) {
+      int i = FindByName(*fields, c);
+      out.push_back(i < 0 ? kVariantType : ExpressionType((*fields)[static_cast<size_t>(i)].type));
+    }
+    return out;
+  }
+
+  std::string CompileInsert(StatementAst& ast) {
+    std::string out = "INSERT INTO " + QuoteName(ast.table);
+    if (!ast.columns.empty()) {
+      out += " (";
+      for (size_t i = 0; i < ast.columns.size(); ++i) {
+        if (i) out += ", ";
+        out += QuoteName(ast.columns[i]);
+      }
+      out += ")";
+    }
+    std::vector<int> targets = TargetTypes(ast.table, ast.columns);
+    if (ast.select) {
+      out += " " + CompileSelect(*ast.select, nullptr, targets.empty() ? nullptr : &targets, nullptr);
+      return out;
+    }
+    Scope scope;  // VALUES name no fields
+    scope_ = &scope;
+    out += " VALUES (";
+    for (size_t i = 0; i < ast.values.size(); ++i) {
+      if (i) out += ", ";
+      Node& v = *ast.values[i];
+      std::string sql = TopValue(v);
+      if (i < targets.size()) sql = Converted(sql, v.type, targets[i]);
+      out += sql;
+    }
+    scope_ = nullptr;
+    return out + ")";
+  }
+
+  std::string CompileUpdate(StatementAst& ast) {
+    Scope scope;
+    AddTable(&scope, ast.table, "");
+    scope_ = &scope;
+    const std::vector<FieldInfo>* fields = scope.tables[0].fields;
+    std::string out = "UPDATE " + QuoteName(ast.table) + " SET ";
+    for (size_t i = 0; i < ast.sets.size(); ++i) {
+      if (i) out += ", ";
+      auto& [column, value] = ast.sets[i];
+      std::string sql = TopValue(*value);
+      if (fields) {
+        int k = FindByName(*fields, column);
+        if (k >= 0) {
+          sql = Converted(sql, value->type, ExpressionType((*fields)[static_cast<size_t>(k)].type));
+        }
+      }
+      out += QuoteName(column) + " = " + sql;
+    }
+    if (ast.where) out += " WHERE " + TopCondition(*ast.where);
+    scope_ = nullptr;
+    return out;
+  }
 
   std::string_view source_;
+  Catalog* catalog_;
   ExpressionOptions options_;
-  std::vector<Token> tokens_;
-  size_t pos_ = 0;
-  size_t expr_start_ = 0;
-  int depth_ = 0;
+  Scope* scope_ = nullptr;
+  bool inline_literals_ = false;
+  size_t literal_count_ = 0;
+  std::deque<std::vector<FieldInfo>> owned_fields_;
 };
 
 std::string TrimmedTail(std::string_view source, size_t from) {
@@ -832,51 +806,77 @@ std::string TrimmedTail(std::string_view source, size_t from) {
 
 }  // namespace
 
-Statement TranslateStatement(std::string_view jet_sql) {
+Statement TranslateStatement(std::string_view jet_sql, Catalog* catalog) {
   RegisterEngineErrors();
   size_t at = 0;
   try {
-    Parser parser(jet_sql, {});
+    StatementAst ast;
     try {
-      return parser.ParseStatement();
-    } catch (const SyntaxError&) {
-      at = parser.error_offset();
+      ast = ParseStatement(jet_sql);
+    } catch (const SyntaxError& error) {
+      at = error.at;
       throw;
     }
+    Compiler compiler(jet_sql, catalog, {});
+    return compiler.CompileStatement(ast);
   } catch (const SyntaxError& error) {
     if (error.number != 0) Fail(error.number);
     Fail(e::kSyntaxInQuery, {TrimmedTail(jet_sql, at)});
-  } catch (const Parser::UnknownFunction& f) {
+  } catch (const UnknownFunction& f) {
     Fail(e::kUndefinedFunction, {f.name});
   }
 }
 
 std::string TranslateCriteria(std::string_view criteria, const ExpressionOptions& options) {
+  RegisterEngineErrors();
   try {
     size_t before = options.literals ? options.literals->size() : 0;
-    std::string out = Parser(criteria, options).ParseWholeExpression();
+    std::string out;
+    {
+      NodePtr root = ParseExpression(criteria);
+      Compiler compiler(criteria, nullptr, options);
+      out = compiler.Condition(*root);
+    }
     if (options.literals && options.literals->size() - before > kMaxLiteralParameters) {
-      // So many literals (a long In list) are written into the SQL: SQLite
-      // looks numbered parameters up one by one.
       options.literals->resize(before);
-      ExpressionOptions inline_options = options;
-      inline_options.literals = nullptr;
-      out = Parser(criteria, inline_options).ParseWholeExpression();
+      NodePtr root = ParseExpression(criteria);
+      Compiler compiler(criteria, nullptr, options);
+      compiler.set_inline_literals();
+      out = compiler.Condition(*root);
     }
     return out;
   } catch (const SyntaxError&) {
     Fail(e::kSyntaxInCriteria);
-  } catch (const Parser::UnknownFunction& f) {
+  } catch (const UnknownFunction& f) {
     Fail(e::kUndefinedFunction, {f.name});
   }
 }
 
 std::string TranslateExpression(std::string_view expression, const ExpressionOptions& options) {
+  RegisterEngineErrors();
   try {
-    return Parser(expression, options).ParseWholeExpression();
+    ParseOptions parse;
+    parse.implied_operand = !options.implied_operand.empty();
+    NodePtr root = ParseExpression(expression, parse);
+    Compiler compiler(expression, nullptr, options);
+    return compiler.Condition(*root);
   } catch (const SyntaxError&) {
     Fail(e::kSyntaxInQuery, {std::string(expression)});
-  } catch (const Parser::UnknownFunction& f) {
+  } catch (const UnknownFunction& f) {
+    Fail(e::kUndefinedFunction, {f.name});
+  }
+}
+
+std::string TranslateValue(std::string_view expression, const ExpressionOptions& options,
+                           int* type) {
+  RegisterEngineErrors();
+  try {
+    NodePtr root = ParseExpression(expression);
+    Compiler compiler(expression, nullptr, options);
+    return compiler.Value(*root, type);
+  } catch (const SyntaxError&) {
+    Fail(e::kSyntaxInQuery, {std::string(expression)});
+  } catch (const UnknownFunction& f) {
     Fail(e::kUndefinedFunction, {f.name});
   }
 }

@@ -24,10 +24,12 @@ int ErrorOf(auto fn) {
 }
 
 TEST(JetSql, StringsNamesAndDates) {
-  // Both quotes, doubled quotes inside, brackets with odd characters.
-  EXPECT_EQ(Where(R"([Code] = "A1")"), R"(("Code" = 'A1'))");
-  EXPECT_EQ(Where(R"([Code] = 'it''s')"), R"(("Code" = 'it''s'))");
-  EXPECT_EQ(Where(R"([Code] = "say ""hi"" it's")"), R"(("Code" = 'say "hi" it''s'))");
+  // Both quotes, doubled quotes inside, brackets with odd characters. Names
+  // of unknown type compare as SQLite compares, texts by Jet's order.
+  EXPECT_EQ(Where(R"([Code] = "A1")"), R"(("Code" = 'A1' COLLATE qor_jet))");
+  EXPECT_EQ(Where(R"([Code] = 'it''s')"), R"(("Code" = 'it''s' COLLATE qor_jet))");
+  EXPECT_EQ(Where(R"([Code] = "say ""hi"" it's")"),
+            R"(("Code" = 'say "hi" it''s' COLLATE qor_jet))");
   EXPECT_EQ(Where(R"([Parts].[Part "No"] = 1)"), R"(("Parts"."Part ""No""" = 1))");
   EXPECT_EQ(Where("[Order Date] = #3/7/2003#"), "(\"Order Date\" = '2003-03-07 00:00:00')");
   EXPECT_EQ(Where("d < #12/31/1999 2:05:09 PM#"), "(\"d\" < '1999-12-31 14:05:09')");
@@ -35,33 +37,45 @@ TEST(JetSql, StringsNamesAndDates) {
 }
 
 TEST(JetSql, PrecedenceFollowsVb) {
-  // Not binds looser than comparison, And tighter than Or, & looser than +.
+  // Not binds looser than comparison, And tighter than Or, & looser than +;
+  // what SQLite cannot compute as VB does is a program for qor_expr.
   EXPECT_EQ(Where("Not a = 1 And b = 2 Or c = 3"),
             "(((NOT (\"a\" = 1)) AND (\"b\" = 2)) OR (\"c\" = 3))");
   EXPECT_EQ(Where("a & b + 1 = \"x2\""),
-            "((coalesce(\"a\", '') || coalesce((\"b\" + 1), '')) = 'x2')");
-  EXPECT_EQ(Where("-2 ^ 2 = x"), "((-qor_pow(2, 2)) = \"x\")");
-  EXPECT_EQ(Where("a Mod 3 * 2 = 1"), "(qor_mod(\"a\", (3 * 2)) = 1)");
-  EXPECT_EQ(Where("a / 2 = 1"), "((CAST(\"a\" AS REAL) / 2) = 1)");
+            "(qor_expr('10:0,0:?1 & ?2 + 1', \"a\", \"b\") = 'x2' COLLATE qor_jet)");
+  EXPECT_EQ(Where("-2 ^ 2 = x"), "(qor_expr('7::-2 ^ 2') = \"x\")");
+  EXPECT_EQ(Where("a Mod 3 * 2 = 1"), "(qor_expr('0:0:?1 Mod 3 * 2', \"a\") = 1)");
+  EXPECT_EQ(Where("a / 2 = 1"), "(qor_expr('0:0:?1 / 2', \"a\") = 1)");
 }
 
 TEST(JetSql, LikeBetweenInIs) {
   EXPECT_EQ(Where("Name Like \"A*\""), "qor_like(\"Name\", 'A*')");
   EXPECT_EQ(Where("Name Not Like \"A?#\""), "(NOT qor_like(\"Name\", 'A?#'))");
   EXPECT_EQ(Where("n Between 1 And 5 And m Is Not Null"),
-            "((\"n\" BETWEEN 1 AND 5) AND (\"m\" IS NOT NULL))");
-  EXPECT_EQ(Where("c In (\"a\", 'b')"), "(\"c\" IN ('a', 'b'))");
-  EXPECT_EQ(Where("c Not In (1,2)"), "(NOT (\"c\" IN (1, 2)))");
+            "((\"n\" COLLATE qor_jet BETWEEN 1 AND 5) AND (\"m\" IS NOT NULL))");
+  EXPECT_EQ(Where("c In (\"a\", 'b')"), "(\"c\" COLLATE qor_jet IN ('a', 'b'))");
+  EXPECT_EQ(Where("c Not In (1,2)"), "(\"c\" COLLATE qor_jet NOT IN (1, 2))");
 }
 
 TEST(JetSql, Functions) {
   EXPECT_EQ(Where("IIf(IsNull(x), 0, x) > Nz(y, 1)"),
-            "((CASE WHEN (-(\"x\" IS NULL)) THEN 0 ELSE \"x\" END) > coalesce(\"y\", 1))");
-  EXPECT_EQ(Where("Left$(a, 2) = Mid(b, 2, 3)"), "(substr(\"a\", 1, 2) = substr(\"b\", 2, 3))");
-  EXPECT_EQ(Where("Year(d) = 2003"), "(qor_datepart('yyyy', \"d\") = 2003)");
-  EXPECT_EQ(Where("UCase(Trim(a)) = \"X\""), "(upper(trim(\"a\", ' ')) = 'X')");
+            "(qor_expr('0:0:IIf(IsNull(?1), 0, ?1)', \"x\") > qor_expr('0:0:Nz(?1, 1)', \"y\") "
+            "COLLATE qor_jet)");
+  EXPECT_EQ(Where("Left$(a, 2) = Mid(b, 2, 3)"),
+            "(qor_expr('10:0:Left$(?1, 2)', \"a\") = qor_expr('10:0:Mid(?1, 2, 3)', \"b\") "
+            "COLLATE qor_jet)");
+  EXPECT_EQ(Where("Year(d) = 2003"), "(qor_expr('3:0:Year(?1)', \"d\") = 2003)");
   EXPECT_EQ(ErrorOf([] { Where("Frobnicate(a) = 1"); }), e::kUndefinedFunction);
   EXPECT_EQ(ErrorOf([] { Where("Left(a) = 1"); }), e::kSyntaxInCriteria);
+  // Left(, Right( and Asc( are calls although LEFT, RIGHT and ASC are words
+  // of a statement; InStr takes its compare argument.
+  EXPECT_EQ(TranslateStatement("SELECT Left(\"abc\", 2), Right(a, 2), Asc(\"A\") FROM t "
+                               "LEFT JOIN u ON t.k = u.k ORDER BY a ASC")
+                .sql,
+            "SELECT qor_expr('e10::Left(\"abc\", 2)'), qor_expr('e10:0:Right(?1, 2)', \"a\"), "
+            "qor_expr('e3::Asc(\"A\")') FROM \"t\" LEFT JOIN \"u\" ON (\"t\".\"k\" = \"u\".\"k\" "
+            "COLLATE qor_jet) ORDER BY \"a\"");
+  EXPECT_EQ(Where("InStr(1, a, \"b\", 1) > 0"), "(qor_expr('4:0:InStr(1, ?1, \"b\", 1)', \"a\") > 0)");
 }
 
 TEST(JetSql, Statements) {
@@ -69,15 +83,16 @@ TEST(JetSql, Statements) {
       "SELECT DISTINCTROW TOP 5 Parts.*, [Qty]*2 AS Twice FROM Parts "
       "WHERE Code Like 'A*' ORDER BY Code DESC, Qty;");
   EXPECT_EQ(s.sql,
-            "SELECT \"Parts\".*, (\"Qty\" * 2) AS \"Twice\" FROM \"Parts\" WHERE "
-            "qor_like(\"Code\", 'A*') ORDER BY \"Code\" DESC, \"Qty\" LIMIT 5");
+            "SELECT \"Parts\".*, qor_expr('e0:0:?1*2', \"Qty\") AS \"Twice\" FROM \"Parts\" "
+            "WHERE qor_like(\"Code\", 'A*') ORDER BY \"Code\" DESC, \"Qty\" LIMIT 5");
   EXPECT_EQ(s.single_table, "Parts");
   s = TranslateStatement(
       "SELECT a.x, b.y FROM (a INNER JOIN b ON a.id = b.id) LEFT JOIN c ON "
       "b.k = c.k");
   EXPECT_EQ(s.sql,
             "SELECT \"a\".\"x\", \"b\".\"y\" FROM (\"a\" INNER JOIN \"b\" ON (\"a\".\"id\" = "
-            "\"b\".\"id\")) LEFT JOIN \"c\" ON (\"b\".\"k\" = \"c\".\"k\")");
+            "\"b\".\"id\" COLLATE qor_jet)) LEFT JOIN \"c\" ON (\"b\".\"k\" = \"c\".\"k\" COLLATE "
+            "qor_jet)");
   EXPECT_TRUE(s.single_table.empty());
   EXPECT_EQ(
       TranslateStatement("SELECT Count(*) FROM t GROUP BY k HAVING Count(*) > 1").single_table, "");
@@ -85,10 +100,10 @@ TEST(JetSql, Statements) {
   EXPECT_EQ(s.kind, StatementKind::kInsert);
   EXPECT_EQ(s.sql, "INSERT INTO \"My Table\" (\"a\", \"b c\") VALUES (1, 'x')");
   EXPECT_EQ(TranslateStatement("UPDATE t SET t.a = a & \"!\" WHERE b = #1/2/2003#").sql,
-            "UPDATE \"t\" SET \"a\" = (coalesce(\"a\", '') || coalesce('!', '')) WHERE (\"b\" = "
+            "UPDATE \"t\" SET \"a\" = qor_expr('10:0:?1 & \"!\"', \"a\") WHERE (\"b\" = "
             "'2003-01-02 00:00:00')");
   EXPECT_EQ(TranslateStatement("DELETE t.* FROM t WHERE a In (SELECT a FROM u)").sql,
-            "DELETE FROM \"t\" WHERE (\"a\" IN (SELECT \"a\" FROM \"u\"))");
+            "DELETE FROM \"t\" WHERE (\"a\" COLLATE qor_jet IN (SELECT \"a\" FROM \"u\"))");
 }
 
 TEST(JetSql, SyntaxErrorsAreDaoErrors) {
@@ -151,10 +166,10 @@ TEST(JetSql, NestingIsLimitedNotACrash) {
   EXPECT_EQ(ErrorOf([&] { TranslateStatement("SELECT * FROM " + Repeat("(", n) + "t"); }),
             e::kSyntaxInQuery);
   // Nesting within the limit still translates.
-  EXPECT_EQ(Where(Repeat("(", 50) + "a" + Repeat(")", 50) + " = 1"),
-            Repeat("(", 51) + "\"a\"" + Repeat(")", 50) + " = 1)");
-  EXPECT_EQ(Where("a = --1"), "(\"a\" = (-(-1)))");
-  EXPECT_EQ(Where("Not Not a"), "(NOT (NOT \"a\"))");
+  EXPECT_EQ(Where(Repeat("(", 50) + "a" + Repeat(")", 50) + " = 1"), "(\"a\" = 1)");
+  EXPECT_EQ(Where("a = --1"), "(\"a\" = 1)");
+  EXPECT_EQ(Where("Not Not a"), "qor_expr('0:0:Not Not ?1', \"a\")");
+  EXPECT_EQ(Where("Not Not (a = 1)"), "(NOT (NOT (\"a\" = 1)))");
 }
 
 TEST(JetSql, CostGrowsWithTheLength) {
@@ -186,7 +201,7 @@ TEST(JetSql, CostGrowsWithTheLength) {
   EXPECT_LT(seconds, 10.0);
   // A few literals are parameters.
   literals.clear();
-  EXPECT_EQ(TranslateCriteria("a In (1, 'x')", options), "(\"a\" IN (?2, ?3))");
+  EXPECT_EQ(TranslateCriteria("a In (1, 'x')", options), "(\"a\" COLLATE qor_jet IN (?2, ?3))");
   EXPECT_EQ(literals.size(), 2u);
 }
 
@@ -196,7 +211,7 @@ TEST(JetSql, RulesWithAnImpliedField) {
             "((NEW.\"Qty\" > 0) AND (NEW.\"Qty\" < 100))");
   EXPECT_EQ(TranslateExpression("Is Not Null", rule), "(NEW.\"Qty\" IS NOT NULL)");
   EXPECT_EQ(TranslateExpression("[Start] <= [Parts].[End]", {"NEW.", ""}),
-            "(NEW.\"Start\" <= NEW.\"End\")");
+            "(NEW.\"Start\" <= NEW.\"End\" COLLATE qor_jet)");
 }
 
 TEST(JetLike, Wildcards) {

@@ -33,7 +33,7 @@ class CriteriaMatcher {
         columns += ", ";
         marks += ", ";
       }
-      columns += jet::QuoteName(f.name) + (IsTextType(f.type) ? " COLLATE NOCASE" : "");
+      columns += jet::QuoteName(f.name) + " " + sqlite::ColumnType(f.type);
       marks += "?";
     }
     db_.Exec("CREATE TABLE r(" + columns + ")");
@@ -43,7 +43,17 @@ class CriteriaMatcher {
   // Raises 3077 (or 3070 for an unknown field) for a bad criterion.
   bool Matches(std::string_view criteria, const std::vector<Variant>& row) {
     if (!select_ || criteria != criteria_) {
-      select_ = db_.Prepare("SELECT count(*) FROM r WHERE " + jet::TranslateCriteria(criteria));
+      jet::ExpressionOptions options;
+      options.fields = &fields_;
+      try {
+        select_ =
+            db_.Prepare("SELECT count(*) FROM r WHERE " + jet::TranslateCriteria(criteria, options));
+      } catch (const Error& error) {
+        if (error.number() == e::kTooFewParameters) {
+          Fail(e::kUnknownFieldInExpression, {std::string(criteria)});
+        }
+        throw;
+      }
       criteria_ = std::string(criteria);
     }
     db_.Exec("DELETE FROM r");

@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "db/engine/jet_sql.h"
+#include "db/engine/sqlite/jet_collation.h"
 #include "db/engine/sqlite/sqlite_catalog.h"
 #include "db/engine/sqlite/sqlite_cursor.h"
 #include "db/engine/sqlite/sqlite_functions.h"
@@ -69,6 +70,22 @@ int TypeFromDeclared(std::string_view declared) {
   if (t.find("BOOL") != std::string::npos) return kBoolean;
   return kDouble;
 }
+
+// The fields of the database's tables, for the translator's typing.
+class BackendCatalog : public jet::Catalog {
+ public:
+  explicit BackendCatalog(SqliteBackend* backend) : backend_(backend) {}
+  const std::vector<FieldInfo>* Fields(std::string_view table) override {
+    try {
+      return &backend_->Table(table).fields;
+    } catch (const Error&) {
+      return nullptr;
+    }
+  }
+
+ private:
+  SqliteBackend* backend_;
+};
 
 }  // namespace
 
@@ -206,6 +223,7 @@ bool SqliteBackend::RemoveFiles(const std::string& path) {
 }
 
 void SqliteBackend::Prepare(bool create) {
+  InstallJetCollation();
   RegisterFunctions(db_->raw());
   // "x" is always a name, never a string that stands in for a missing one.
   sqlite3_db_config(db_->raw(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
@@ -539,7 +557,8 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
   if (options & kSQLPassThrough) {
     text = std::string(sql);
   } else {
-    jet::Statement st = jet::TranslateStatement(sql);
+    BackendCatalog catalog(this);
+    jet::Statement st = jet::TranslateStatement(sql, &catalog);
     if (st.kind == jet::StatementKind::kSelect) Fail(e::kInvalidOperation);
     text = st.sql;
   }
@@ -569,19 +588,20 @@ std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type,
   if (options & kSQLPassThrough) {
     st.sql = std::string(sql);
   } else {
-    st = jet::TranslateStatement(sql);
+    BackendCatalog catalog(this);
+    st = jet::TranslateStatement(sql, &catalog);
     if (st.kind != jet::StatementKind::kSelect) Fail(e::kInvalidOperation);
   }
   bool writable =
       !read_only_ && type == kOpenDynaset && !(options & kReadOnly) && !st.single_table.empty();
   UserSql user(&user_sql_);
-  return MakeQueryCursor(this, st.sql, writable ? st.single_table : "");
+  return MakeQueryCursor(this, st.sql, writable ? st.single_table : "", st.column_types);
 }
 
 Variant SqliteBackend::Evaluate(std::string_view expression, int type) {
   std::string text(expression);
   if (!text.empty() && text.front() == '=') text.erase(0, 1);
-  auto stmt = db_->PrepareOnce("SELECT " + jet::TranslateExpression(text));
+  auto stmt = db_->PrepareOnce("SELECT " + jet::TranslateValue(text));
   stmt->Step();
   return stmt->Value(0, type);
 }

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <map>
+#include <optional>
 
+#include "db/engine/jet_eval.h"
 #include "db/engine/jet_sql.h"
 #include "db/engine/sqlite/sqlite_backend.h"
 #include "qorsupport/frame/error.h"
@@ -27,6 +29,8 @@ std::string HostName() {
 // once for every value of the same criterion shape.
 class CriteriaCache {
  public:
+  // fields: the fields the criteria's names refer to.
+  explicit CriteriaCache(const std::vector<FieldInfo>* fields) : fields_(fields) {}
   struct Entry {
     std::string where;
     std::vector<Variant> literals;
@@ -38,13 +42,22 @@ class CriteriaCache {
       jet::ExpressionOptions options;
       options.literals = &entry.literals;
       options.first_parameter = 2;
-      entry.where = jet::TranslateCriteria(criteria, options);
+      options.fields = fields_;
+      try {
+        entry.where = jet::TranslateCriteria(criteria, options);
+      } catch (const Error& error) {
+        if (error.number() == e::kTooFewParameters) {
+          Fail(e::kUnknownFieldInExpression, {std::string(criteria)});
+        }
+        throw;
+      }
       it = cache_.emplace(std::string(criteria), std::move(entry)).first;
     }
     return it->second;
   }
 
  private:
+  const std::vector<FieldInfo>* fields_;
   std::map<std::string, Entry> cache_;
 };
 
@@ -137,7 +150,8 @@ class TableCursor : public Cursor {
       : backend_(backend),
         table_(std::move(table)),
         writer_(backend, table_->name),
-        writable_(writable) {
+        writable_(writable),
+        criteria_(&table_->fields) {
     MakeSelect();
     if (backend_->locks() && (options & (kDenyRead | kDenyWrite))) {
       if (!backend_->locks()->LockTable(table_->name, (options & kDenyRead) != 0)) {
@@ -283,6 +297,7 @@ class TableCursor : public Cursor {
       return false;
     }
     table_ = std::move(now);
+    criteria_ = CriteriaCache(&table_->fields);  // names may now mean other fields
     MakeSelect();
     return true;
   }
@@ -340,8 +355,9 @@ class TableCursor : public Cursor {
 
 class QueryCursor : public Cursor {
  public:
-  QueryCursor(SqliteBackend* backend, const std::string& sql, const std::string& base_table)
-      : backend_(backend), sql_(sql), writer_(backend, base_table) {
+  QueryCursor(SqliteBackend* backend, const std::string& sql, const std::string& base_table,
+              const std::vector<int>& column_types)
+      : backend_(backend), sql_(sql), writer_(backend, base_table), criteria_(&fields_) {
     std::string text = sql;
     if (!base_table.empty()) text = "SELECT " + QuoteName(base_table) + ".rowid, " + sql.substr(7);
     int first = base_table.empty() ? 0 : 1;
@@ -378,6 +394,12 @@ class QueryCursor : public Cursor {
           f.name = "Expr" + std::to_string(1000 + c - first);
         }
       }
+      // A computed column has the type the translator gave it.
+      size_t k = static_cast<size_t>(c - first);
+      if (column_types.size() == static_cast<size_t>(columns - first) && column_types[k] != 0) {
+        f.type = column_types[k];
+        f.size = DefaultFieldSize(f.type);
+      }
       fields_.push_back(f);
     }
     bool typed = false;
@@ -396,10 +418,21 @@ class QueryCursor : public Cursor {
         typed = true;
       }
       std::vector<Variant> row;
+      std::optional<Error> failed;
       for (int c = first; c < columns; ++c) {
+        if (sqlite3_column_type(raw, c) == SQLITE_BLOB) {
+          const void* p = sqlite3_column_blob(raw, c);
+          size_t n = static_cast<size_t>(sqlite3_column_bytes(raw, c));
+          if (jet::IsErrorValue(p, n)) {
+            if (!failed) failed = jet::ParseErrorValue(p, n);
+            row.push_back(Variant::Null());
+            continue;
+          }
+        }
         row.push_back(stmt->Value(c, fields_[static_cast<size_t>(c - first)].type));
       }
       rows_.push_back(std::move(row));
+      row_errors_.push_back(std::move(failed));
       rowids_.push_back(first ? stmt->Int(0) : static_cast<int64_t>(rows_.size()));
       deleted_.push_back(false);
     }
@@ -477,6 +510,8 @@ class QueryCursor : public Cursor {
   const std::vector<Variant>& Row() override {
     if (pos_ < 0 || pos_ >= static_cast<int64_t>(rows_.size())) Fail(e::kNoCurrentRecord);
     if (deleted_[static_cast<size_t>(pos_)]) Fail(e::kRecordDeleted);
+    const std::optional<Error>& failed = row_errors_[static_cast<size_t>(pos_)];
+    if (failed) throw *failed;
     return rows_[static_cast<size_t>(pos_)];
   }
   Bookmark CurrentBookmark() const override {
@@ -499,6 +534,7 @@ class QueryCursor : public Cursor {
                                                    : Variant::Null());
     }
     rows_.push_back(std::move(row));
+    row_errors_.emplace_back();
     rowids_.push_back(rowid);
     deleted_.push_back(false);
     return rowid;
@@ -590,6 +626,7 @@ class QueryCursor : public Cursor {
   std::vector<FieldInfo> write_fields_;
   std::vector<std::string> base_columns_;
   std::vector<std::vector<Variant>> rows_;
+  std::vector<std::optional<Error>> row_errors_;  // a row's failed computed value
   std::vector<int64_t> rowids_;
   std::vector<bool> deleted_;
   CriteriaCache criteria_;
@@ -608,8 +645,9 @@ std::unique_ptr<Cursor> MakeTableCursor(SqliteBackend* backend,
 }
 
 std::unique_ptr<Cursor> MakeQueryCursor(SqliteBackend* backend, const std::string& sql,
-                                        const std::string& base_table) {
-  return std::make_unique<QueryCursor>(backend, sql, base_table);
+                                        const std::string& base_table,
+                                        const std::vector<int>& column_types) {
+  return std::make_unique<QueryCursor>(backend, sql, base_table, column_types);
 }
 
 }  // namespace qor::dao::sqlite

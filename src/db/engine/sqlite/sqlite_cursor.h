@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "qorsupport/db/engine/backend.h"
 
@@ -21,9 +22,13 @@ std::unique_ptr<Cursor> MakeTableCursor(SqliteBackend* backend,
                                         std::shared_ptr<const TableInfo> table, bool writable,
                                         int32_t options);
 // base_table: the table whose rows the query returns one for one, or empty
-// for a read-only result.
+// for a read-only result. column_types: the DAO type of each result column
+// as the translator typed it (0: the field's type, or as stored); empty
+// when not known. A row whose computed value failed raises that error when
+// it is read.
 std::unique_ptr<Cursor> MakeQueryCursor(SqliteBackend* backend, const std::string& sql,
-                                        const std::string& base_table);
+                                        const std::string& base_table,
+                                        const std::vector<int>& column_types = {});
 
 }  // namespace qor::dao::sqlite
 

@@ -80,7 +80,7 @@ std::string ColumnType(int type) {
     case kLongBinary:
       return "BLOB";
     default:
-      return "TEXT COLLATE NOCASE";
+      return "TEXT COLLATE qor_jet";  // Jet's sort order (jet_collation.h)
   }
 }
 

@@ -1,9 +1,19 @@
-// The SQL functions that Jet SQL needs and SQLite lacks, registered on
-// every connection of the SQLite backend: qor_like (Jet's Like), the VB
-// conversions (qor_cstr, qor_clng, qor_val, ...), the date functions
-// (qor_date, qor_dateadd, qor_datepart, ...) and VB arithmetic (qor_idiv,
-// qor_mod, qor_pow). They follow the VB runtime of frame/vb.h; dates come
-// and go as ISO-8601 texts.
+// The SQL functions that translated Jet SQL calls, registered on every
+// connection of the SQLite backend (and, through SQLite's automatic
+// extensions, on every SQLite connection of the process), with the
+// collation qor_jet (jet_collation.h):
+//
+// - qor_expr(program, values...): the parts of an expression that the
+//   translator leaves to the VB runtime (jet_eval.h);
+// - qor_like(text, pattern): Jet's Like, -1, 0 or Null;
+// - the aggregates qor_first, qor_last, qor_stdev, qor_stdevp, qor_var and
+//   qor_varp (Jet's First, Last, StDev, StDevP, Var, VarP);
+// - the functions SQL written by earlier versions calls (qor_cstr,
+//   qor_dateadd, qor_mod, ...), each a VB runtime function.
+//
+// Every one computes with frame/vb_functions.h, so that a query and C++
+// agree. Dates come and go as "yyyy-mm-dd hh:nn:ss" texts, Booleans as -1
+// and 0.
 #ifndef QOR_DB_ENGINE_SQLITE_SQLITE_FUNCTIONS_H_
 #define QOR_DB_ENGINE_SQLITE_SQLITE_FUNCTIONS_H_
 

@@ -74,14 +74,14 @@ std::string RaiseStep(int32_t number, const std::string& text, const std::string
 
 void SqliteBackend::DropRules(std::string_view table) {
   std::string t(table);
-  for (const char* suffix : {".insert", ".update", ".counter"}) {
+  for (const char* suffix : {".insert", ".update", ".counter", ".yesno", ".yesno.update"}) {
     db_->Exec("DROP TRIGGER IF EXISTS " + QuoteName(t + suffix));
   }
 }
 
 void SqliteBackend::WriteRules(const TableInfo& table) {
   DropRules(table.name);
-  std::string checks, counters;
+  std::string checks, counters, yes_no, yes_no_when;
   for (const FieldInfo& f : table.fields) {
     std::string col = "NEW." + QuoteName(f.name);
     bool counter = (f.attributes & kAutoIncrField) != 0;
@@ -105,8 +105,18 @@ void SqliteBackend::WriteRules(const TableInfo& table) {
           e::kNumericOverflow, FormatText(e::kNumericOverflow, {}),
           "typeof(" + col + ") IN ('integer','real') AND " + col + " NOT BETWEEN " + range);
     }
+    if (f.type == kBoolean) {
+      // Jet stores any non-zero Yes/No value as -1 (True), whoever writes it.
+      std::string name = QuoteName(f.name);
+      yes_no += "UPDATE " + QuoteName(table.name) + " SET " + name + " = CASE WHEN " + name +
+                " = 0 THEN 0 ELSE -1 END WHERE rowid = NEW.rowid AND " + name +
+                " NOT IN (0, -1);\n";
+      yes_no_when += std::string(yes_no_when.empty() ? "" : " OR ") + col + " NOT IN (0, -1)";
+    }
     if (!f.validation_rule.empty()) {
       jet::ExpressionOptions options{"NEW.", col};
+      options.implied_type = f.type;
+      options.fields = &table.fields;
       std::string rule = jet::TranslateExpression(f.validation_rule, options);
       std::string text =
           !f.validation_text.empty()
@@ -135,7 +145,9 @@ void SqliteBackend::WriteRules(const TableInfo& table) {
     }
   }
   if (!table.validation_rule.empty()) {
-    std::string rule = jet::TranslateExpression(table.validation_rule, {"NEW.", ""});
+    jet::ExpressionOptions options{"NEW.", ""};
+    options.fields = &table.fields;
+    std::string rule = jet::TranslateExpression(table.validation_rule, options);
     std::string text = !table.validation_text.empty()
                            ? table.validation_text
                            : FormatText(e::kTableRule, {table.validation_rule, table.name});
@@ -152,6 +164,12 @@ void SqliteBackend::WriteRules(const TableInfo& table) {
     db_->Exec("CREATE TRIGGER " + QuoteName(table.name + ".counter") + " AFTER INSERT ON " + t +
               " BEGIN\n" + counters + "END");
   }
+  if (!yes_no.empty()) {
+    db_->Exec("CREATE TRIGGER " + QuoteName(table.name + ".yesno") + " AFTER INSERT ON " + t +
+              " WHEN " + yes_no_when + " BEGIN\n" + yes_no + "END");
+    db_->Exec("CREATE TRIGGER " + QuoteName(table.name + ".yesno.update") + " AFTER UPDATE ON " +
+              t + " WHEN " + yes_no_when + " BEGIN\n" + yes_no + "END");
+  }
 }
 
 // ---- Changing the catalog ------------------------------------------------------------
@@ -161,7 +179,7 @@ namespace {
 std::string ColumnDefinition(const FieldInfo& f, bool allow_expression_default) {
   std::string def = QuoteName(f.name) + " " + ColumnType(f.type);
   if (!f.default_value.empty()) {
-    std::string expr = jet::TranslateExpression(
+    std::string expr = jet::TranslateValue(
         f.default_value.front() == '=' ? f.default_value.substr(1) : f.default_value);
     bool literal = !expr.empty() && (expr.front() == '\'' ||
                                      std::isdigit(static_cast<unsigned char>(expr.front())) ||
@@ -169,6 +187,14 @@ std::string ColumnDefinition(const FieldInfo& f, bool allow_expression_default) 
     if (literal || allow_expression_default) def += " DEFAULT (" + expr + ")";
   }
   return def;
+}
+
+// A field's rule must translate (with the field where a comparison lacks
+// its left side).
+void CheckFieldRule(const FieldInfo& f) {
+  jet::ExpressionOptions options{"NEW.", "NEW." + QuoteName(f.name)};
+  options.implied_type = f.type;
+  jet::TranslateExpression(f.validation_rule, options);
 }
 
 void CheckField(const FieldInfo& f) {
@@ -303,7 +329,7 @@ void SqliteBackend::AddField(std::string_view table, const FieldInfo& field) {
     const TableInfo& info = Table(table);
     if (info.attributes & kSystemObject) Fail(e::kReadOnly);
     if (FindByName(info.fields, field.name) >= 0) Fail(e::kFieldExists);
-    if (!field.validation_rule.empty()) jet::TranslateExpression(field.validation_rule);
+    if (!field.validation_rule.empty()) CheckFieldRule(field);
     tname = info.name;
     position = static_cast<int32_t>(info.fields.size());
   } else {
@@ -386,10 +412,10 @@ void SqliteBackend::UpdateField(std::string_view table, std::string_view old_nam
   int i = FindByName(info.fields, old_name);
   if (i < 0) Fail(e::kItemNotFound);
   const FieldInfo& current = info.fields[static_cast<size_t>(i)];
-  if (!field.validation_rule.empty()) jet::TranslateExpression(field.validation_rule);
+  if (!field.validation_rule.empty()) CheckFieldRule(field);
   if (!field.default_value.empty()) {
     const std::string& d = field.default_value;
-    jet::TranslateExpression(d.front() == '=' ? d.substr(1) : d);
+    jet::TranslateValue(d.front() == '=' ? d.substr(1) : d);
   }
   Atomically([&] {
     if (current.name != field.name) {
