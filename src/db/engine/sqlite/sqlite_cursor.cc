@@ -184,6 +184,12 @@ class TableCursor : public Cursor {
   }
 
   bool Find(std::string_view criteria, Direction direction) override {
+    if (criteria_stale_) {
+      // The description changed since the cached criteria were translated
+      // (Verify); a search under way keeps its entry until it ends.
+      criteria_ = CriteriaCache(&table_->fields);
+      criteria_stale_ = false;
+    }
     const CriteriaCache::Entry& entry = criteria_.Get(criteria);
     std::string where = "(" + entry.where + ")";
     std::string suffix;
@@ -297,7 +303,7 @@ class TableCursor : public Cursor {
       return false;
     }
     table_ = std::move(now);
-    criteria_ = CriteriaCache(&table_->fields);  // names may now mean other fields
+    criteria_stale_ = true;  // names may now mean other fields
     MakeSelect();
     return true;
   }
@@ -341,8 +347,9 @@ class TableCursor : public Cursor {
   bool writable_;
   std::string select_;
   CriteriaCache criteria_;
-  bool verified_ = false;       // table_ confirmed against the file's catalog
-  mutable bool shown_ = false;  // table_'s fields handed out by fields()
+  bool criteria_stale_ = false;  // criteria_ translated by an older table_
+  bool verified_ = false;        // table_ confirmed against the file's catalog
+  mutable bool shown_ = false;   // table_'s fields handed out by fields()
   int64_t current_ = 0;
   bool has_row_ = false;
   bool deleted_ = false;
