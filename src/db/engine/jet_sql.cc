@@ -472,6 +472,26 @@ class Parser {
     return out;
   }
 
+  // A chain of operators that SQLite reads alike and left to right (And,
+  // Or; + and -), written flat: (a op b op c). SQLite's parser holds only
+  // about 100 open parentheses, so a nested form would fail a chain of a
+  // hundred terms that is no deeper than its length.
+  static std::string JoinFlat(std::string first, std::vector<ChainPart>& parts) {
+    if (parts.empty()) return first;
+    size_t size = first.size() + 2;
+    for (const ChainPart& p : parts) size += p.middle.size() + p.operand.size();
+    std::string out;
+    out.reserve(size);
+    out += '(';
+    out += first;
+    for (const ChainPart& p : parts) {
+      out += p.middle;
+      out += p.operand;
+    }
+    out += ')';
+    return out;
+  }
+
   std::string ParseImp() {
     std::string left = ParseEqv();
     std::vector<ChainPart> parts;
@@ -498,13 +518,13 @@ class Parser {
     std::string left = ParseAnd();
     std::vector<ChainPart> parts;
     while (AcceptKeyword("OR")) parts.push_back({"(", " OR ", ParseAnd()});
-    return JoinChain(std::move(left), parts);
+    return JoinFlat(std::move(left), parts);
   }
   std::string ParseAnd() {
     std::string left = ParseNot();
     std::vector<ChainPart> parts;
     while (AcceptKeyword("AND")) parts.push_back({"(", " AND ", ParseNot()});
-    return JoinChain(std::move(left), parts);
+    return JoinFlat(std::move(left), parts);
   }
   std::string ParseNot() {
     // Each Not nests one level; a run of them is counted, not recursed into
@@ -609,7 +629,7 @@ class Parser {
       std::string op = Next().text;
       parts.push_back({"(", " " + op + " ", ParseMod()});
     }
-    return JoinChain(std::move(left), parts);
+    return JoinFlat(std::move(left), parts);
   }
   std::string ParseMod() {
     std::string left = ParseIntDiv();
