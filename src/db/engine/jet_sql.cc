@@ -453,42 +453,33 @@ class Parser {
   // A left-associative chain a op b op c ... written as ((a op b) op c):
   // open(op) before the left operand and middle(op) between it and the
   // right one, then ")". Built in one pass, so a long chain costs its length.
+  //
+  // flat: for operators that SQLite reads alike and left to right (And, Or;
+  // + and -), written (a op b op c) with one parenthesis for the chain.
+  // SQLite's parser holds only about 100 open parentheses, so the nested
+  // form fails a chain of a hundred terms that is no deeper than its length.
   struct ChainPart {
     std::string open, middle, operand;
   };
-  static std::string JoinChain(std::string first, std::vector<ChainPart>& parts) {
+  static std::string JoinChain(std::string first, std::vector<ChainPart>& parts,
+                               bool flat = false) {
     if (parts.empty()) return first;
-    size_t size = first.size();
+    size_t size = first.size() + 2;
     for (const ChainPart& p : parts) size += p.open.size() + p.middle.size() + p.operand.size() + 1;
     std::string out;
     out.reserve(size);
-    for (size_t i = parts.size(); i-- > 0;) out += parts[i].open;
+    if (flat) {
+      out += '(';
+    } else {
+      for (size_t i = parts.size(); i-- > 0;) out += parts[i].open;
+    }
     out += first;
     for (const ChainPart& p : parts) {
       out += p.middle;
       out += p.operand;
-      out += ')';
+      if (!flat) out += ')';
     }
-    return out;
-  }
-
-  // A chain of operators that SQLite reads alike and left to right (And,
-  // Or; + and -), written flat: (a op b op c). SQLite's parser holds only
-  // about 100 open parentheses, so a nested form would fail a chain of a
-  // hundred terms that is no deeper than its length.
-  static std::string JoinFlat(std::string first, std::vector<ChainPart>& parts) {
-    if (parts.empty()) return first;
-    size_t size = first.size() + 2;
-    for (const ChainPart& p : parts) size += p.middle.size() + p.operand.size();
-    std::string out;
-    out.reserve(size);
-    out += '(';
-    out += first;
-    for (const ChainPart& p : parts) {
-      out += p.middle;
-      out += p.operand;
-    }
-    out += ')';
+    if (flat) out += ')';
     return out;
   }
 
@@ -518,13 +509,13 @@ class Parser {
     std::string left = ParseAnd();
     std::vector<ChainPart> parts;
     while (AcceptKeyword("OR")) parts.push_back({"(", " OR ", ParseAnd()});
-    return JoinFlat(std::move(left), parts);
+    return JoinChain(std::move(left), parts, true);
   }
   std::string ParseAnd() {
     std::string left = ParseNot();
     std::vector<ChainPart> parts;
     while (AcceptKeyword("AND")) parts.push_back({"(", " AND ", ParseNot()});
-    return JoinFlat(std::move(left), parts);
+    return JoinChain(std::move(left), parts, true);
   }
   std::string ParseNot() {
     // Each Not nests one level; a run of them is counted, not recursed into
@@ -629,7 +620,7 @@ class Parser {
       std::string op = Next().text;
       parts.push_back({"(", " " + op + " ", ParseMod()});
     }
-    return JoinFlat(std::move(left), parts);
+    return JoinChain(std::move(left), parts, true);
   }
   std::string ParseMod() {
     std::string left = ParseIntDiv();
