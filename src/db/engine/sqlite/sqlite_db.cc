@@ -380,6 +380,12 @@ void Db::RaiseFor(int rc, const std::string& message, sqlite3* /*db*/) {
     Fail(e::kUndefinedFunction, {f});
   }
   if (!After(message, "ambiguous column name").empty()) Fail(e::kSyntaxSelect);
+  // SQL nested or chained deeper than SQLite parses (its parser stack holds
+  // about 100 open parentheses, its expression trees 1,000 levels) is an
+  // expression the engine cannot take, as for the translator's own limit.
+  if (message == "parser stack overflow" || message.rfind("Expression tree is too large", 0) == 0) {
+    Fail(e::kSyntaxInCriteria);
+  }
   throw Error(3000, "DAO.Database",
               "Reserved error (" + std::to_string(rc) +
                   "); there is no message for this error: " + message);
