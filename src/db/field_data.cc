@@ -82,19 +82,20 @@ bool qorDb::FieldDataReadWriteDb(Variant& pFieldData, dao::Database& pDataBase,
     } else {
       // The search comes first: an empty table is told apart only when it
       // finds nothing (a failed FindFirst leaves the recordset unplaced).
-      int key_type = rs->GetFields()->Item(Variant(pKeyName))->Type();
+      int key_type = rs->FieldType(pKeyName);
       rs->FindFirst(KeyCriterion(Procs(), pTableName, pKeyName, key_type, pKeyVal));
       if (rs->NoMatch()) {
         return not_there(rs->Bof() && rs->Eof() ? "Table has no records" : "Key not found");
       }
     }
-    auto field = rs->GetFields()->Item(Variant(pFieldName));
+    // By name through the recordset: no Field objects are made.
     if (pWriteFlag) {
+      rs->FieldType(pFieldName);  // a missing field fails before Edit locks the record
       rs->Edit();
-      field->SetValue(pFieldData);
+      rs->SetValue(pFieldName, pFieldData);
       rs->Update();
     } else {
-      pFieldData = field->Value();
+      pFieldData = rs->Value(pFieldName);
     }
     return true;
   });

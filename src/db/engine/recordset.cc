@@ -246,12 +246,23 @@ std::shared_ptr<Fields> Recordset::GetFields() {
   return fields_;
 }
 
+size_t Recordset::Position(std::string_view field) const {
+  int position = FindByName(Unplaced().fields(), field);
+  if (position < 0) Fail(e::kItemNotFound);
+  return static_cast<size_t>(position);
+}
+
 Variant Recordset::Value(std::string_view field) const {
-  // By position, without making the Field objects.
-  Cursor& c = mode_ == EditMode::kAdd ? Unplaced() : Cur();
-  int position = FindByName(c.fields(), field);
-  if (position < 0) return const_cast<Recordset*>(this)->GetFields()->Item(field)->Value();
-  return FieldValue(static_cast<size_t>(position));
+  if (mode_ != EditMode::kAdd) Cur();
+  return FieldValue(Position(field));
+}
+
+void Recordset::SetValue(std::string_view field, const Variant& value) {
+  SetFieldValue(Position(field), value);
+}
+
+int Recordset::FieldType(std::string_view field) const {
+  return Unplaced().fields()[Position(field)].type;
 }
 
 Variant Recordset::FieldValue(size_t position) const {
