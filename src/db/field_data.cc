@@ -22,23 +22,25 @@ constexpr int kMaxRetries = 4;
 // MsgBox style of RetryLock's question: Retry and Cancel, question icon.
 constexpr int kRetryCancelQuestion = 5 + 32;
 
-// The criterion that finds key_value in field key_name of table_name, by the
-// key field's type. Names and the value go in as they are: nothing in them
-// is escaped, and a value with a double quote makes a faulty criterion.
-std::string KeyCriterion(qorProcs& procs, const std::string& table_name,
-                         const std::string& key_name, int key_type, const Variant& key_value) {
-  const std::string field = "([" + table_name + "].[" + key_name + "] = ";
+// The criterion that finds key_value in field key_name of the recordset, by
+// the key field's type. The name and the value go in as they are: nothing in
+// them is escaped, and a value with a double quote makes a faulty criterion.
+// The field is not qualified by the table: the recordset has only its
+// fields, and the translator has less to resolve.
+std::string KeyCriterion(qorProcs& procs, const std::string& key_name, int key_type,
+                         const Variant& key_value) {
+  const std::string field = "[" + key_name + "] = ";
   switch (key_type) {
     case dao::kText:
     case dao::kMemo:
-      return field + "\"" + vb::ConcatText(key_value) + "\")";
+      return field + "\"" + vb::ConcatText(key_value) + "\"";
     case dao::kDate:
-      return field + vb::ConcatText(procs.WhereDateString(key_value)) + ")";
+      return field + vb::ConcatText(procs.WhereDateString(key_value));
     case dao::kInteger:
     case dao::kLong:
     case dao::kSingle:
     case dao::kDouble:
-      return field + vb::ConcatText(key_value) + ")";
+      return field + vb::ConcatText(key_value);
     default:
       Raise(err::kCritical, "FieldDataReadWriteDb", "Invalid key field type");
   }
@@ -72,7 +74,10 @@ bool qorDb::FieldDataReadWriteDb(Variant& pFieldData, dao::Database& pDataBase,
     };
     // Only the test for the two words trims and upper-cases the key; a text
     // key reading FIRSTRECORD or LASTRECORD cannot be searched for.
-    const Variant word = TrimUpper(pKeyVal);
+    // A text shorter than LASTRECORD cannot be either, so a short key skips
+    // the trimming and case mapping.
+    const bool may_be_word = pKeyVal.IsString() && pKeyVal.AsString().size() >= 10;
+    const Variant word = may_be_word ? TrimUpper(pKeyVal) : Variant();
     const bool first = word.IsString() && word.AsString() == "FIRSTRECORD";
     const bool last = word.IsString() && word.AsString() == "LASTRECORD";
     if (first || last) {
@@ -82,19 +87,20 @@ bool qorDb::FieldDataReadWriteDb(Variant& pFieldData, dao::Database& pDataBase,
     } else {
       // The search comes first: an empty table is told apart only when it
       // finds nothing (a failed FindFirst leaves the recordset unplaced).
-      int key_type = rs->GetFields()->Item(Variant(pKeyName))->Type();
-      rs->FindFirst(KeyCriterion(Procs(), pTableName, pKeyName, key_type, pKeyVal));
+      int key_type = rs->FieldType(pKeyName);
+      rs->FindFirst(KeyCriterion(Procs(), pKeyName, key_type, pKeyVal));
       if (rs->NoMatch()) {
         return not_there(rs->Bof() && rs->Eof() ? "Table has no records" : "Key not found");
       }
     }
-    auto field = rs->GetFields()->Item(Variant(pFieldName));
+    // By name through the recordset: no Field objects are made.
     if (pWriteFlag) {
+      rs->FieldType(pFieldName);  // a missing field fails before Edit locks the record
       rs->Edit();
-      field->SetValue(pFieldData);
+      rs->SetValue(pFieldName, pFieldData);
       rs->Update();
     } else {
-      pFieldData = field->Value();
+      pFieldData = rs->Value(pFieldName);
     }
     return true;
   });

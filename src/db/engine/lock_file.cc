@@ -88,11 +88,13 @@ bool LockFile::SetLock(int64_t offset, int64_t length, short type) {
 }
 
 bool LockFile::TestLock(int64_t offset, int64_t length, short type) {
-  return fd_ < 0 || Free(fd_, type, offset, length);
+  return fd_ < 0 || exclusive_ || Free(fd_, type, offset, length);
 }
 
 bool LockFile::LockDatabase(bool exclusive) {
-  return SetLock(kDatabaseByte, 1, exclusive ? F_WRLCK : F_RDLCK);
+  bool locked = SetLock(kDatabaseByte, 1, exclusive ? F_WRLCK : F_RDLCK);
+  exclusive_ = locked && exclusive && fd_ >= 0;
+  return locked;
 }
 
 bool LockFile::LockRecord(std::string_view table, int64_t key) {

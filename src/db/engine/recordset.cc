@@ -10,11 +10,7 @@ namespace qor::dao {
 
 Recordset::Recordset(std::weak_ptr<Database> db, std::unique_ptr<Cursor> cursor, std::string name,
                      int type)
-    : db_(std::move(db)), cursor_(std::move(cursor)), name_(std::move(name)), type_(type) {
-  fields_ = std::make_shared<Fields>("Fields", Fields::Hooks{});
-  fields_->SetHooks({nullptr, [](const std::shared_ptr<Field>&) { Fail(e::kNotSupported); },
-                     [](const std::shared_ptr<Field>&) { Fail(e::kNotSupported); }});
-}
+    : db_(std::move(db)), cursor_(std::move(cursor)), name_(std::move(name)), type_(type) {}
 
 Recordset::~Recordset() = default;
 
@@ -237,6 +233,11 @@ std::string Recordset::LastModified() const {
 
 std::shared_ptr<Fields> Recordset::GetFields() {
   Cursor& c = Unplaced();
+  // Made on first use: a recordset read by name (Value, SetValue) needs none.
+  if (!fields_) {
+    auto refuse = [](const std::shared_ptr<Field>&) { Fail(e::kNotSupported); };
+    fields_ = std::make_shared<Fields>("Fields", Fields::Hooks{nullptr, refuse, refuse});
+  }
   if (fields_->raw().empty() && !c.fields().empty()) {
     std::weak_ptr<Recordset> weak = weak_from_this();
     for (size_t i = 0; i < c.fields().size(); ++i) {
@@ -246,12 +247,23 @@ std::shared_ptr<Fields> Recordset::GetFields() {
   return fields_;
 }
 
+size_t Recordset::Position(std::string_view field) const {
+  int position = FindByName(Unplaced().fields(), field);
+  if (position < 0) Fail(e::kItemNotFound);
+  return static_cast<size_t>(position);
+}
+
 Variant Recordset::Value(std::string_view field) const {
-  // By position, without making the Field objects.
-  Cursor& c = mode_ == EditMode::kAdd ? Unplaced() : Cur();
-  int position = FindByName(c.fields(), field);
-  if (position < 0) return const_cast<Recordset*>(this)->GetFields()->Item(field)->Value();
-  return FieldValue(static_cast<size_t>(position));
+  if (mode_ != EditMode::kAdd) Cur();
+  return FieldValue(Position(field));
+}
+
+void Recordset::SetValue(std::string_view field, const Variant& value) {
+  SetFieldValue(Position(field), value);
+}
+
+int Recordset::FieldType(std::string_view field) const {
+  return Unplaced().fields()[Position(field)].type;
 }
 
 Variant Recordset::FieldValue(size_t position) const {

@@ -392,8 +392,12 @@ class Recordset : public Object, public std::enable_shared_from_this<Recordset> 
   std::string LastModified() const;
 
   std::shared_ptr<Fields> GetFields();
-  // Fields(name).Value, for short.
+  // Fields(name).Value, Fields(name).Value = value and Fields(name).Type,
+  // for short: by position, without making the Field objects. A name that
+  // is not there raises 3265 as Fields(name) does.
   Variant Value(std::string_view field) const;
+  void SetValue(std::string_view field, const Variant& value);
+  int FieldType(std::string_view field) const;
 
   // For Field.
   Variant FieldValue(size_t position) const;
@@ -409,6 +413,8 @@ class Recordset : public Object, public std::enable_shared_from_this<Recordset> 
   Cursor& Cur() const;
   // The cursor as it is, for operations that do not depend on the position.
   Cursor& Unplaced() const;
+  // The position of the field named field; 3265 when there is none.
+  size_t Position(std::string_view field) const;
   void EndEdit();
   void Positioned(bool found);
   void Find(std::string_view criteria, Cursor::Direction direction);

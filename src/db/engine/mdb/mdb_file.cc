@@ -1,6 +1,7 @@
 #include "db/engine/mdb/mdb_file.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -13,7 +14,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <thread>
 
 #include "qorsupport/frame/error.h"
 #include "qorsupport/frame/vb.h"
@@ -545,9 +545,18 @@ void ProbeCatalog(const std::string& path) {
   std::fflush(stdout);
   std::fflush(stderr);
   const pid_t parent = ::getpid();
+  // The child holds the write end of this pipe until it exits: the end of
+  // the pipe wakes the parent as soon as the child is done.
+  int done_pipe[2];
+  if (::pipe2(done_pipe, O_CLOEXEC) != 0) Fail(e::kCannotOpen, {path});
   pid_t child = ::fork();
-  if (child < 0) Fail(e::kCannotOpen, {path});
+  if (child < 0) {
+    ::close(done_pipe[0]);
+    ::close(done_pipe[1]);
+    Fail(e::kCannotOpen, {path});
+  }
   if (child == 0) {
+    ::close(done_pipe[0]);
     // The reader ends with its parent, also when the parent is killed
     // before it could ask (or died before the request took hold).
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -577,20 +586,38 @@ void ProbeCatalog(const std::string& path) {
   off_t size = ::stat(path.c_str(), &st) == 0 ? st.st_size : 0;
   using Clock = std::chrono::steady_clock;
   auto deadline = Clock::now() + std::chrono::seconds(2 + size / (4 << 20));
+  ::close(done_pipe[1]);
   int status = 0;
-  auto wait = std::chrono::microseconds(100);
+  bool failed = false;
   for (;;) {
     pid_t done = ::waitpid(child, &status, WNOHANG);
     if (done == child) break;
-    if (done < 0 && errno != EINTR) Fail(e::kCannotOpen, {path});
+    if (done < 0 && errno != EINTR) {
+      failed = true;
+      break;
+    }
     if (Clock::now() > deadline) {
       ::kill(child, SIGKILL);
       ::waitpid(child, &status, 0);
-      Fail(e::kCannotOpen, {path});
+      failed = true;
+      break;
     }
-    std::this_thread::sleep_for(wait);
-    wait = std::min(wait * 2, std::chrono::microseconds(10000));
+    // Wakes when the child's end of the pipe closes; the slice bounds the
+    // wait should another process have inherited that end.
+    struct pollfd end = {done_pipe[0], POLLIN, 0};
+    char byte;
+    if (::poll(&end, 1, 10) > 0 && ::read(done_pipe[0], &byte, 1) == 0) {
+      // The child is exiting: reap it.
+      pid_t reaped;
+      do {
+        reaped = ::waitpid(child, &status, 0);
+      } while (reaped < 0 && errno == EINTR);
+      failed = reaped != child;
+      break;
+    }
   }
+  ::close(done_pipe[0]);
+  if (failed) Fail(e::kCannotOpen, {path});
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) Fail(e::kCannotOpen, {path});
 }
 
