@@ -50,7 +50,7 @@ void WhenModal(std::type_identity_t<std::function<void(T*)>> act) {
 // file dialog fills its list from a thread of its own, and its accept()
 // refuses a name it has not caught up with yet; the answer is given until
 // the dialog takes it. The ticks stop once that dialog is gone or another
-// window is the active modal one.
+// window is the active modal one; the timer is deleted with the dialog.
 inline void AnswerFileDialogWith(std::function<void(QFileDialog*)> act) {
   auto* timer = new QTimer;
   timer->setInterval(5);
@@ -64,6 +64,7 @@ inline void AnswerFileDialogWith(std::function<void(QFileDialog*)> act) {
       return;
     }
     if (dialog == nullptr || !dialog->isVisible()) return;
+    if (!*started) timer->setParent(dialog);  // goes with the dialog, ticking or not
     *answered = dialog;
     *started = true;
     act(dialog);
