@@ -198,7 +198,10 @@ TEST(JetSql, CostGrowsWithTheLength) {
   EXPECT_EQ(ErrorOf([&] { Where(signs); }), 0);
   double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  EXPECT_LT(seconds, 10.0);
+  // A guard against the quadratic cost coming back (minutes), not a speed
+  // target: linear takes well under a second, about ten under the
+  // sanitizers on a busy machine.
+  EXPECT_LT(seconds, 60.0);
   // A few literals are parameters.
   literals.clear();
   EXPECT_EQ(TranslateCriteria("a In (1, 'x')", options), "(\"a\" COLLATE qor_jet IN (?2, ?3))");
