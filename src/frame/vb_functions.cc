@@ -270,6 +270,14 @@ int WeekArg(const Variant& v) {
   return w;
 }
 
+// The longest text String and Space make (VB's 14, "Out of string space",
+// beyond).
+constexpr int64_t kMaxTextBytes = int64_t{1} << 26;
+
+void CheckTextSize(int64_t bytes) {
+  if (bytes > kMaxTextBytes) Raise(14);
+}
+
 // ---- Argument helpers -----------------------------------------------------------------
 
 const Variant& Arg(std::span<const Variant> a, size_t i) {
@@ -477,13 +485,18 @@ Variant FnString(Args a) {
     if (code < 0) code = (code % 256 + 256) % 256;
     AppendUtf8(static_cast<char32_t>(code > 255 ? code % 256 : code), &one);
   }
+  CheckTextSize(static_cast<int64_t>(one.size()) * n);
   std::string out;
   out.reserve(one.size() * static_cast<size_t>(n));
   for (int32_t i = 0; i < n; ++i) out += one;
   return Variant(out);
 }
 
-Variant FnSpace(Args a) { return Variant(Space(CLng(a[0]))); }
+Variant FnSpace(Args a) {
+  int32_t n = CLng(a[0]);
+  CheckTextSize(n);
+  return Variant(Space(n));
+}
 
 Variant FnLeft(Args a) {
   if (a[0].IsNull()) return a[0];

@@ -29,6 +29,8 @@ inline constexpr int kNullType = -1;
 // How deep expressions and statements may nest (parentheses, function
 // calls, unary operators, subqueries, joins).
 inline constexpr int kMaxDepth = 200;
+// How deep SELECTs may nest in a statement (subqueries, derived tables).
+inline constexpr int kMaxSelectDepth = 8;
 
 enum class Op {
   kAdd,

@@ -156,6 +156,12 @@ class Parser {
 
   std::unique_ptr<Select> ParseSelect(bool allow_union) {
     Nest nest(this);
+    // SQLite's parser nests no more than about ten subqueries.
+    if (++selects_ > kMaxSelectDepth) throw SyntaxError{};
+    struct Leave {
+      int* n;
+      ~Leave() { --*n; }
+    } leave{&selects_};
     ExpectKeyword("SELECT");
     auto s = std::make_unique<Select>();
     if (AcceptKeyword("DISTINCT")) {
@@ -380,7 +386,7 @@ class Parser {
     }
     NodePtr inner;
     {
-      Nest nest(this, static_cast<int>(starts.size()) + 1);
+      Nest nest(this, static_cast<int>(starts.size()));
       inner = ParseComparison();
     }
     for (size_t i = starts.size(); i-- > 0;) {
@@ -690,8 +696,8 @@ class Parser {
     return n;
   }
 
+  // A call nests as deep as its arguments (each an expression, one level).
   NodePtr CallFunction(const std::string& name, size_t begin) {
-    Nest nest(this);
     ExpectSymbol("(");
     std::string upper = vb::UCase(name);
     if (!upper.empty() && upper.back() == '$') upper.pop_back();
@@ -734,6 +740,7 @@ class Parser {
   size_t last_end_ = 0;
   size_t expr_start_ = 0;
   int depth_ = 0;
+  int selects_ = 0;
 };
 
 }  // namespace

@@ -41,6 +41,13 @@ constexpr size_t kMaxProgramParameters = 120;
 
 constexpr std::string_view kCollate = " COLLATE qor_jet";
 
+// How deep translated SQL may nest, in entries of SQLite's parser stack
+// (which holds about 90): a call takes 5, a nested SELECT 9, another
+// native construct 4.
+constexpr int kMaxSqlCost = 80;
+constexpr int kCallCost = 5;
+constexpr int kSelectCost = 9;
+
 std::string DateSql(Date d) {
   vb::DateParts p = vb::SplitDate(d);
   char buf[32];
@@ -127,6 +134,7 @@ class Compiler : public Typer {
     Scope scope = ExpressionScope();
     scope_ = &scope;
     TypeTree(root, *this);
+    if (CountLiterals(root) > kMaxLiteralParameters) inline_literals_ = true;
     return Compile(root, true);
   }
 
@@ -134,6 +142,7 @@ class Compiler : public Typer {
     Scope scope = ExpressionScope();
     scope_ = &scope;
     TypeTree(root, *this);
+    if (CountLiterals(root) > kMaxLiteralParameters) inline_literals_ = true;
     if (type) *type = root.type;
     return Compile(root, false);
   }
@@ -322,8 +331,50 @@ class Compiler : public Typer {
     return Texty(a.type) && Texty(b.type) ? std::string(kCollate) : "";
   }
 
+  // How much of SQLite's parser stack a native node takes (measured: it
+  // holds 30 levels of "(a OR (b OR ...", 18 of calls, 10 of "a IN
+  // (SELECT ... WHERE b IN (SELECT ...").
+  static int NativeCost(const Node& n) {
+    switch (n.kind) {
+      case NodeKind::kLiteral:
+      case NodeKind::kColumn:
+      case NodeKind::kSubquery:  // counted where its SELECT is translated
+        return 0;
+      case NodeKind::kLike:
+      case NodeKind::kAggregate:
+        return kCallCost;
+      default:
+        return 4;
+    }
+  }
+
+  // Counts SQL nesting while it lives.
+  class Nesting {
+   public:
+    Nesting(Compiler* c, int cost) : c_(c), cost_(cost) { c_->sql_cost_ += cost_; }
+    ~Nesting() { c_->sql_cost_ -= cost_; }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+
+   private:
+    Compiler* c_;
+    int cost_;
+  };
+
+  static bool Evaluable(const Node& n) {
+    return n.kind != NodeKind::kAggregate && n.kind != NodeKind::kSubquery &&
+           n.kind != NodeKind::kExists && n.kind != NodeKind::kInSelect &&
+           n.kind != NodeKind::kColumn && n.kind != NodeKind::kLiteral;
+  }
+
   std::string Compile(Node& n, bool condition) {
     if (!Native(n, condition)) return Region(n, kVariantType, false);
+    int cost = NativeCost(n);
+    // Too deep for SQLite's parser: the rest is one flat call.
+    if (sql_cost_ + cost + kCallCost > kMaxSqlCost && Evaluable(n)) {
+      return Region(n, kVariantType, false);
+    }
+    Nesting nesting(this, cost);
     switch (n.kind) {
       case NodeKind::kLiteral:
         return Literal(n.value);
@@ -413,6 +464,13 @@ class Compiler : public Typer {
     return "qor_varp(" + value + ")";
   }
 
+  // Too many literals for parameters (a long In list or sum) are written out.
+  static size_t CountLiterals(const Node& n) {
+    size_t count = n.kind == NodeKind::kLiteral ? 1 : 0;
+    for (const NodePtr& k : n.kids) count += CountLiterals(*k);
+    return count;
+  }
+
   static bool HasUnknownName(const Node& n) {
     if ((n.kind == NodeKind::kColumn || n.kind == NodeKind::kSubquery ||
          n.kind == NodeKind::kAggregate) &&
@@ -464,6 +522,7 @@ class Compiler : public Typer {
 
   // The node as a call of qor_expr: its text with its leaves as parameters.
   std::string Region(Node& n, int result_type, bool error_values) {
+    Nesting nesting(this, kCallCost);
     std::vector<Leaf> leaves;
     std::vector<std::string> sql;
     std::vector<int> types;
@@ -596,6 +655,7 @@ class Compiler : public Typer {
                             int* first_type, std::vector<int>* types = nullptr,
                             std::vector<std::string>* names = nullptr, bool* known = nullptr,
                             bool error_values = false) {
+    Nesting nesting(this, kSelectCost);
     Scope scope;
     scope.outer = scope_;
     Scope* saved = scope_;
@@ -792,6 +852,7 @@ class Compiler : public Typer {
   Scope* scope_ = nullptr;
   bool inline_literals_ = false;
   size_t literal_count_ = 0;
+  int sql_cost_ = 0;
   std::deque<std::vector<FieldInfo>> owned_fields_;
 };
 

@@ -178,6 +178,10 @@ void Expr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     ResultError(ctx, error);
     return;
   }
+  if (static_cast<size_t>(argc - 1) < program->parameter_types.size()) {
+    sqlite3_result_error(ctx, "qor|5|qor_expr lacks values for its program", -1);
+    return;
+  }
   try {
     std::vector<Variant> values;
     values.reserve(static_cast<size_t>(argc - 1));
