@@ -92,8 +92,10 @@ struct Node {
   const vb::FunctionInfo* function = nullptr;  // kCall
   bool distinct = false;                     // kAggregate
   std::unique_ptr<Select> select;            // kInSelect, kExists, kSubquery
-  // Set by the translator: the SQL a column or alias stands for.
+  // Set by the translator: the SQL a column or alias stands for, and
+  // whether it is a column of a stored table.
   std::string sql;
+  bool stored_column = false;
 };
 
 using NodePtr = std::unique_ptr<Node>;

@@ -113,6 +113,7 @@ struct Table {
   std::string name;
   std::string alias;
   const std::vector<FieldInfo>* fields = nullptr;
+  bool derived = false;  // a subquery in FROM
 };
 
 struct Scope {
@@ -200,6 +201,7 @@ class Compiler : public Typer {
         if (i >= 0) {
           n.type = ExpressionType((*t.fields)[static_cast<size_t>(i)].type);
           n.sql = ColumnSql(n);
+          n.stored_column = !t.derived;
           return;
         }
       }
@@ -574,6 +576,7 @@ class Compiler : public Typer {
         Table t;
         t.alias = item.alias;
         t.name = item.alias.empty() ? std::string("\x01") : item.alias;
+        t.derived = true;
         if (known) {
           owned_fields_.emplace_back();
           for (size_t i = 0; i < names.size(); ++i) {
@@ -715,8 +718,9 @@ class Compiler : public Typer {
         for (const SelectItem& item : s.items) {
           if (item.expr) {
             const Node& e = *item.expr;
-            bool plain = e.kind == NodeKind::kColumn && !e.implied && e.sql.front() == '"';
-            st->column_types.push_back(plain ? 0 : column_types[c]);
+            // A stored field keeps its own type (the cursor reads it).
+            bool stored = e.kind == NodeKind::kColumn && e.stored_column;
+            st->column_types.push_back(stored ? 0 : column_types[c]);
             ++c;
           } else {
             // The fields of the starred tables, typed by the cursor.
