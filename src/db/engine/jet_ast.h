@@ -82,6 +82,8 @@ struct Node {
   size_t begin = 0, end = 0;  // span in the source
   int type = kVariantType;    // the static type, after typing
   Variant value;              // kLiteral
+  int token = -1;             // kLiteral: its token (number, string, date)
+  bool negated = false;       // kLiteral: a number with a sign folded in
   std::vector<std::string> parts;  // kColumn
   bool implied = false;            // kColumn: the implied operand of a rule
   int index = 0;                   // kParameter

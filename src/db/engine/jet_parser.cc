@@ -559,6 +559,7 @@ class Parser {
         inner->value = inner->value.type() == VarType::kLong
                            ? Long(-static_cast<int32_t>(inner->value.NumericValue()))
                            : Variant(-inner->value.NumericValue());
+        inner->negated = !inner->negated;
         inner->begin = minus[i];
         continue;
       }
@@ -594,31 +595,13 @@ class Parser {
     const Token& t = Peek();
     size_t begin = t.offset;
     switch (t.kind) {
-      case TokenKind::kNumber: {
-        std::string digits = Next().text;
-        NodePtr n = NewNode(NodeKind::kLiteral, begin);
-        double x = std::strtod(digits.c_str(), nullptr);
-        if (digits.find_first_of(".eE") == std::string::npos && x <= 2147483647.0) {
-          n->value = Long(static_cast<int32_t>(x));
-        } else {
-          if (std::isinf(x)) throw SyntaxError{};
-          n->value = Variant(x);
-        }
-        Finish(n.get());
-        return n;
-      }
-      case TokenKind::kString: {
-        NodePtr n = NewNode(NodeKind::kLiteral, begin);
-        n->value = Variant(Next().text);
-        Finish(n.get());
-        return n;
-      }
+      case TokenKind::kNumber:
+      case TokenKind::kString:
       case TokenKind::kDate: {
-        Date d;
-        if (!vb::ParseDate(t.text, &d)) throw SyntaxError{};
-        Next();
         NodePtr n = NewNode(NodeKind::kLiteral, begin);
-        n->value = Variant(d);
+        n->token = static_cast<int>(pos_);
+        if (!LiteralValue(t, &n->value)) throw SyntaxError{};
+        Next();
         Finish(n.get());
         return n;
       }

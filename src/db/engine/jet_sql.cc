@@ -3,9 +3,11 @@
 #include <cstdio>
 #include <deque>
 #include <map>
+#include <unordered_map>
 
 #include "db/engine/jet_ast.h"
 #include "db/engine/jet_eval.h"
+#include "db/engine/jet_lexer.h"
 #include "db/engine/jet_types.h"
 #include "qorsupport/db/engine/dao.h"
 #include "qorsupport/frame/vb.h"
@@ -177,9 +179,12 @@ class Compiler : public Typer {
     return st;
   }
 
-  bool used_literals() const { return literal_count_ > 0; }
   size_t literal_count() const { return literal_count_; }
+  bool inline_literals() const { return inline_literals_; }
   void set_inline_literals() { inline_literals_ = true; }
+  // The token of each literal made a parameter, in order, and whether a
+  // sign was folded into it.
+  const std::vector<std::pair<int, bool>>& slots() const { return slots_; }
 
   // ---- Typer ---------------------------------------------------------------------
 
@@ -271,11 +276,13 @@ class Compiler : public Typer {
     return Compile(n, false);
   }
 
-  std::string Literal(const Variant& v) {
+  std::string Literal(const Node& n) {
+    const Variant& v = n.value;
     if (!options_.literals || inline_literals_ || v.IsNull() || v.IsBoolean()) {
       return LiteralSql(v);
     }
     options_.literals->push_back(v);
+    slots_.emplace_back(n.token, n.negated);
     ++literal_count_;
     return "?" + std::to_string(options_.first_parameter +
                                 static_cast<int>(options_.literals->size()) - 1);
@@ -379,7 +386,7 @@ class Compiler : public Typer {
     Nesting nesting(this, cost);
     switch (n.kind) {
       case NodeKind::kLiteral:
-        return Literal(n.value);
+        return Literal(n);
       case NodeKind::kColumn:
         return n.sql;
       case NodeKind::kAggregate:
@@ -403,8 +410,10 @@ class Compiler : public Typer {
       }
       case NodeKind::kChain: {
         if (IsComparison(n.ops[0])) {
-          std::string sql = "(" + Compile(*n.kids[0], false) + ComparisonSql(n.ops[0]) +
-                            Compile(*n.kids[1], false) + Collated(*n.kids[0], *n.kids[1]) + ")";
+          std::string left = Compile(*n.kids[0], false);  // left first: parameters in order
+          std::string right = Compile(*n.kids[1], false);
+          std::string sql = "(" + left + ComparisonSql(n.ops[0]) + right +
+                            Collated(*n.kids[0], *n.kids[1]) + ")";
           return condition ? sql : AsValue(sql);
         }
         std::string sql = "(";
@@ -420,15 +429,17 @@ class Compiler : public Typer {
         if (condition) return "(NOT " + Compile(*n.kids[0], true) + ")";
         return "(~" + Compile(*n.kids[0], false) + ")";
       case NodeKind::kLike: {
-        std::string sql =
-            "qor_like(" + Compile(*n.kids[0], false) + ", " + Compile(*n.kids[1], false) + ")";
+        std::string text = Compile(*n.kids[0], false);
+        std::string sql = "qor_like(" + text + ", " + Compile(*n.kids[1], false) + ")";
         if (!n.negate) return sql;
         return condition ? "(NOT " + sql + ")" : "(~" + sql + ")";
       }
       case NodeKind::kBetween: {
-        std::string sql = "(" + Compile(*n.kids[0], false) + CollateFor(n.kids[0]->type) +
-                          (n.negate ? " NOT BETWEEN " : " BETWEEN ") + Compile(*n.kids[1], false) +
-                          " AND " + Compile(*n.kids[2], false) + ")";
+        std::string value = Compile(*n.kids[0], false);
+        std::string low = Compile(*n.kids[1], false);
+        std::string high = Compile(*n.kids[2], false);
+        std::string sql = "(" + value + CollateFor(n.kids[0]->type) +
+                          (n.negate ? " NOT BETWEEN " : " BETWEEN ") + low + " AND " + high + ")";
         return condition ? sql : AsValue(sql);
       }
       case NodeKind::kIn: {
@@ -857,8 +868,74 @@ class Compiler : public Typer {
   bool inline_literals_ = false;
   size_t literal_count_ = 0;
   int sql_cost_ = 0;
+  std::vector<std::pair<int, bool>> slots_;
   std::deque<std::vector<FieldInfo>> owned_fields_;
 };
+
+// Criteria translated before, by their shape: the text with each literal
+// replaced by its kind. A criterion whose literals are all parameters
+// translates the same for any values of the same kinds (the keyed reads of
+// FindFirst), so a second one costs its tokens and a look-up.
+struct CachedCriterion {
+  std::string where;
+  std::vector<std::pair<int, bool>> slots;  // literal tokens, in parameter order
+};
+
+class CriteriaShapes {
+ public:
+  const CachedCriterion* Find(const std::string& key) const {
+    auto it = map_.find(key);
+    return it == map_.end() ? nullptr : &it->second;
+  }
+  void Put(std::string key, CachedCriterion c) {
+    if (map_.size() >= 512) map_.clear();
+    map_.emplace(std::move(key), std::move(c));
+  }
+
+ private:
+  std::unordered_map<std::string, CachedCriterion> map_;
+};
+
+CriteriaShapes& Shapes() {
+  thread_local CriteriaShapes shapes;
+  return shapes;
+}
+
+// The shape of a criterion with its options; empty when it has none (a
+// token that will not translate).
+std::string ShapeKey(const std::vector<Token>& tokens, const ExpressionOptions& o) {
+  std::string key = std::to_string(o.first_parameter) + '\x1f' + o.column_prefix + '\x1f' +
+                    o.implied_operand + '\x1f' + std::to_string(o.implied_type) + '\x1f';
+  if (o.fields) {
+    for (const FieldInfo& f : *o.fields) key += f.name + '\x1e' + std::to_string(f.type) + '\x1e';
+  } else {
+    key += '\x1d';
+  }
+  key += '\x1f';
+  for (const Token& t : tokens) {
+    Variant v;
+    switch (t.kind) {
+      case TokenKind::kNumber:
+      case TokenKind::kString:
+      case TokenKind::kDate:
+        if (!LiteralValue(t, &v)) return std::string();
+        key += v.IsString() ? 'S' : v.IsDate() ? 'D' : v.type() == VarType::kLong ? 'L' : 'F';
+        break;
+      case TokenKind::kName:
+        key += t.bracketed ? '[' : 'N';
+        key += t.text;
+        break;
+      case TokenKind::kSymbol:
+        key += 'Y';
+        key += t.text;
+        break;
+      case TokenKind::kEnd:
+        break;
+    }
+    key += '\x1f';
+  }
+  return key;
+}
 
 std::string TrimmedTail(std::string_view source, size_t from) {
   std::string text(source.substr(std::min(from, source.size())));
@@ -896,11 +973,37 @@ std::string TranslateCriteria(std::string_view criteria, const ExpressionOptions
   RegisterEngineErrors();
   try {
     size_t before = options.literals ? options.literals->size() : 0;
+    std::string key;
+    std::vector<Token> tokens;
+    if (options.literals) {
+      try {
+        tokens = Tokenize(criteria);
+        key = ShapeKey(tokens, options);
+        if (!key.empty()) key += std::to_string(before);
+      } catch (const LexError&) {
+        key.clear();
+      }
+      if (const CachedCriterion* hit = key.empty() ? nullptr : Shapes().Find(key)) {
+        for (const auto& [token, negated] : hit->slots) {
+          Variant v;
+          LiteralValue(tokens[static_cast<size_t>(token)], &v);
+          if (negated) {
+            v = v.type() == VarType::kLong ? Long(-static_cast<int32_t>(v.NumericValue()))
+                                           : Variant(-v.NumericValue());
+          }
+          options.literals->push_back(std::move(v));
+        }
+        return hit->where;
+      }
+    }
     std::string out;
     {
       NodePtr root = ParseExpression(criteria);
       Compiler compiler(criteria, nullptr, options);
       out = compiler.Condition(*root);
+      if (!key.empty() && !compiler.inline_literals()) {
+        Shapes().Put(std::move(key), CachedCriterion{out, compiler.slots()});
+      }
     }
     if (options.literals && options.literals->size() - before > kMaxLiteralParameters) {
       options.literals->resize(before);
