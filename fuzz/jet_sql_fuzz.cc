@@ -45,9 +45,11 @@ const std::vector<qor::dao::FieldInfo>& Fields() {
   namespace dao = qor::dao;
   static const auto* fields = [] {
     auto* f = new std::vector<dao::FieldInfo>(5);
-    const std::pair<const char*, int> kFields[] = {
-        {"a", dao::kLong}, {"b", dao::kText}, {"c", dao::kDate}, {"d", dao::kCurrency},
-        {"e", dao::kBoolean}};
+    const std::pair<const char*, int> kFields[] = {{"a", dao::kLong},
+                                                   {"b", dao::kText},
+                                                   {"c", dao::kDate},
+                                                   {"d", dao::kCurrency},
+                                                   {"e", dao::kBoolean}};
     for (size_t i = 0; i < 5; ++i) {
       (*f)[i].name = kFields[i].first;
       (*f)[i].type = kFields[i].second;

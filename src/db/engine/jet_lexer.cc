@@ -6,7 +6,6 @@
 
 #include "qorsupport/frame/vb_date.h"
 
-
 namespace qor::dao::jet {
 
 bool Token::IsKeyword(std::string_view word) const {

@@ -32,8 +32,8 @@ bool IsClauseWord(const Token& t) {
 }
 
 bool IsAggregate(std::string_view upper) {
-  for (const char* a : {"COUNT", "SUM", "AVG", "MIN", "MAX", "FIRST", "LAST", "STDEV", "STDEVP",
-                        "VAR", "VARP"}) {
+  for (const char* a :
+       {"COUNT", "SUM", "AVG", "MIN", "MAX", "FIRST", "LAST", "STDEV", "STDEVP", "VAR", "VARP"}) {
     if (upper == a) return true;
   }
   return false;
@@ -354,7 +354,10 @@ class Parser {
     static const struct {
       const char* word;
       Op op;
-    } kLevels[] = {{"IMP", Op::kImp}, {"EQV", Op::kEqv}, {"XOR", Op::kXor}, {"OR", Op::kOr},
+    } kLevels[] = {{"IMP", Op::kImp},
+                   {"EQV", Op::kEqv},
+                   {"XOR", Op::kXor},
+                   {"OR", Op::kOr},
                    {"AND", Op::kAnd}};
     if (level == 5) return ParseNot();
     size_t begin = Peek().offset;

@@ -412,8 +412,8 @@ class Compiler : public Typer {
         if (IsComparison(n.ops[0])) {
           std::string left = Compile(*n.kids[0], false);  // left first: parameters in order
           std::string right = Compile(*n.kids[1], false);
-          std::string sql = "(" + left + ComparisonSql(n.ops[0]) + right +
-                            Collated(*n.kids[0], *n.kids[1]) + ")";
+          std::string sql =
+              "(" + left + ComparisonSql(n.ops[0]) + right + Collated(*n.kids[0], *n.kids[1]) + ")";
           return condition ? sql : AsValue(sql);
         }
         std::string sql = "(";
@@ -562,7 +562,8 @@ class Compiler : public Typer {
   std::string Converted(const std::string& sql, int from, int to) {
     if (!NeedsConversion(from, to)) return sql;
     return "qor_expr(" +
-           QuoteText(ProgramText(false, to, {from == kNullType ? kVariantType : from}, "?1", true)) +
+           QuoteText(
+               ProgramText(false, to, {from == kNullType ? kVariantType : from}, "?1", true)) +
            ", " + sql + ")";
   }
 
@@ -821,7 +822,8 @@ class Compiler : public Typer {
     }
     std::vector<int> targets = TargetTypes(ast.table, ast.columns);
     if (ast.select) {
-      out += " " + CompileSelect(*ast.select, nullptr, targets.empty() ? nullptr : &targets, nullptr);
+      out +=
+          " " + CompileSelect(*ast.select, nullptr, targets.empty() ? nullptr : &targets, nullptr);
       return out;
     }
     Scope scope;  // VALUES name no fields

@@ -75,7 +75,8 @@ TEST(JetSql, Functions) {
             "SELECT qor_expr('e10::Left(\"abc\", 2)'), qor_expr('e10:0:Right(?1, 2)', \"a\"), "
             "qor_expr('e3::Asc(\"A\")') FROM \"t\" LEFT JOIN \"u\" ON (\"t\".\"k\" = \"u\".\"k\" "
             "COLLATE qor_jet) ORDER BY \"a\"");
-  EXPECT_EQ(Where("InStr(1, a, \"b\", 1) > 0"), "(qor_expr('4:0:InStr(1, ?1, \"b\", 1)', \"a\") > 0)");
+  EXPECT_EQ(Where("InStr(1, a, \"b\", 1) > 0"),
+            "(qor_expr('4:0:InStr(1, ?1, \"b\", 1)', \"a\") > 0)");
 }
 
 TEST(JetSql, Statements) {
@@ -153,7 +154,9 @@ TEST(JetSql, NestingIsLimitedNotACrash) {
   EXPECT_EQ(ErrorOf([&] { Where("a In (" + Repeat("(SELECT b FROM t WHERE b In (", 5000)); }),
             e::kSyntaxInCriteria);
   EXPECT_EQ(ErrorOf([&] { TranslateExpression(parens); }), e::kSyntaxInQuery);
-  EXPECT_EQ(ErrorOf([&] { TranslateExpression(">" + iifs, {"NEW.", "NEW.x"}); }),
+  EXPECT_EQ(ErrorOf([&] {
+              TranslateExpression(">" + iifs, {"NEW.", "NEW.x"});
+            }),
             e::kSyntaxInQuery);
   try {
     TranslateStatement("SELECT x FROM t WHERE " + parens);
@@ -196,8 +199,7 @@ TEST(JetSql, CostGrowsWithTheLength) {
   EXPECT_GT(TranslateStatement("SELECT " + sum.substr(4) + " FROM t").sql.size(), sum.size());
   EXPECT_EQ(ErrorOf([&] { Where(Repeat("Not ", 150) + "a"); }), 0);
   EXPECT_EQ(ErrorOf([&] { Where(signs); }), 0);
-  double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   EXPECT_LT(seconds, 10.0);
   // A few literals are parameters.
   literals.clear();
