@@ -1,7 +1,9 @@
 // A differential test of Jet expressions: random expressions (numbers,
 // texts with accents, dates, Null, Booleans, nested functions) are
 // evaluated in a query and directly by the VB runtime, and must give the
-// same value of the same type (or the same error).
+// same value of the same type (or the same error); a Boolean one also
+// selects the row, as a condition and as a FindFirst criterion, when it is
+// True.
 //
 // The generator knows each expression's type by Jet's rules as it builds
 // it. It is seeded: the seed is printed, and QOR_JET_DIFF_SEED repeats a
@@ -498,6 +500,7 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       "INSERT INTO R (L, I, F, C, S, T, B) VALUES (7, -3, 2.5, 12.5, 'Straße Müller', "
       "#3/7/2003#, True)");
 
+  auto dynaset = db->OpenRecordset("R", Long(kOpenDynaset));
   Generator gen(seed);
   int checked = 0, errors = 0, conditions = 0;
   for (int n = 0; n < count; ++n) {
@@ -546,13 +549,24 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       EXPECT_EQ(error, 0) << "WHERE " << e.text;
       bool truth = !direct.value.IsNull() && direct.value.AsBoolean();
       EXPECT_EQ(selected, truth) << "WHERE " << e.text << "\n  seed " << seed;
+      // And as a FindFirst criterion, whose literals are parameters.
+      bool found = false;
+      error = 0;
+      try {
+        dynaset->FindFirst(e.text);
+        found = !dynaset->NoMatch();
+      } catch (const Error& raised) {
+        error = raised.number();
+      }
+      EXPECT_EQ(error, 0) << "FindFirst " << e.text;
+      EXPECT_EQ(found, truth) << "FindFirst " << e.text << "\n  seed " << seed;
       ++conditions;
     }
     ++checked;
     if (::testing::Test::HasFailure()) break;  // one expression to look at
   }
-  std::printf("checked %d expressions (%d with errors, %d also as conditions)\n", checked, errors,
-              conditions);
+  std::printf("checked %d expressions (%d with errors, %d also as conditions and criteria)\n",
+              checked, errors, conditions);
 }
 
 }  // namespace
