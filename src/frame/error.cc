@@ -19,6 +19,7 @@ struct ErrorTable {
       {10, "This array is fixed or temporarily locked"},
       {11, "Division by zero"},
       {13, "Type mismatch"},
+      {14, "Out of string space"},
       {28, "Out of stack space"},
       {48, "Error in loading DLL"},
       {51, "Internal error"},

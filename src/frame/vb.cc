@@ -548,9 +548,7 @@ double Rnd() {
 
 namespace {
 
-int LowerCaseOrder(std::string_view a, std::string_view b) {
-  return LCase(a).compare(LCase(b));
-}
+int LowerCaseOrder(std::string_view a, std::string_view b) { return LCase(a).compare(LCase(b)); }
 
 std::atomic<TextCollation> text_collation{&LowerCaseOrder};
 

@@ -104,7 +104,8 @@ bool IsCurrency(const Variant& v) { return v.type() == VarType::kCurrency; }
 
 // Exact sums and products of Currency values (ten-thousandths).
 Variant CurrencyScaled(__int128 scaled) {
-  if (scaled > std::numeric_limits<int64_t>::max() || scaled < std::numeric_limits<int64_t>::min()) {
+  if (scaled > std::numeric_limits<int64_t>::max() ||
+      scaled < std::numeric_limits<int64_t>::min()) {
     Raise(err::kOverflow);
   }
   return Variant(Currency{static_cast<int64_t>(scaled)});
@@ -139,11 +140,9 @@ Variant WholeResult(int64_t x, Rank rank) {
   return Variant(static_cast<int32_t>(x));
 }
 
-
 // ---- Texts -------------------------------------------------------------------------
 
 std::string Text(const Variant& v) { return CStr(v); }
-
 
 CompareMode ModeOf(const Variant& v) {
   if (v.IsMissing()) return CompareMode::kText;
@@ -268,6 +267,14 @@ int WeekArg(const Variant& v) {
   if (w == 0) return 1;
   if (w < 0 || w > 3) Raise(err::kInvalidCall);
   return w;
+}
+
+// The longest text String and Space make (VB's 14, "Out of string space",
+// beyond).
+constexpr int64_t kMaxTextBytes = int64_t{1} << 26;
+
+void CheckTextSize(int64_t bytes) {
+  if (bytes > kMaxTextBytes) Raise(14);
 }
 
 // ---- Argument helpers -----------------------------------------------------------------
@@ -477,13 +484,18 @@ Variant FnString(Args a) {
     if (code < 0) code = (code % 256 + 256) % 256;
     AppendUtf8(static_cast<char32_t>(code > 255 ? code % 256 : code), &one);
   }
+  CheckTextSize(static_cast<int64_t>(one.size()) * n);
   std::string out;
   out.reserve(one.size() * static_cast<size_t>(n));
   for (int32_t i = 0; i < n; ++i) out += one;
   return Variant(out);
 }
 
-Variant FnSpace(Args a) { return Variant(Space(CLng(a[0]))); }
+Variant FnSpace(Args a) {
+  int32_t n = CLng(a[0]);
+  CheckTextSize(n);
+  return Variant(Space(n));
+}
 
 Variant FnLeft(Args a) {
   if (a[0].IsNull()) return a[0];
@@ -617,15 +629,14 @@ Variant FnDateAdd(Args a) {
 Variant FnDateDiff(Args a) {
   if (a[0].IsNull()) Raise(err::kInvalidNull);
   if (a[1].IsNull() || a[2].IsNull()) return Variant::Null();
-  return Variant(DateDiff(Text(a[0]), CDate(a[1]), CDate(a[2]), DayOfWeekArg(Arg(a, 3)),
-                          WeekArg(Arg(a, 4))));
+  return Variant(
+      DateDiff(Text(a[0]), CDate(a[1]), CDate(a[2]), DayOfWeekArg(Arg(a, 3)), WeekArg(Arg(a, 4))));
 }
 
 Variant FnDatePart(Args a) {
   if (a[0].IsNull()) Raise(err::kInvalidNull);
   if (a[1].IsNull()) return a[1];
-  int32_t part =
-      DatePart(Text(a[0]), CDate(a[1]), DayOfWeekArg(Arg(a, 2)), WeekArg(Arg(a, 3)));
+  int32_t part = DatePart(Text(a[0]), CDate(a[1]), DayOfWeekArg(Arg(a, 2)), WeekArg(Arg(a, 3)));
   return Variant(static_cast<int16_t>(part));
 }
 
@@ -663,10 +674,18 @@ Variant FnMonthName(Args a) {
 }
 
 Variant FnAbs(Args a) { return AbsOf(a[0]); }
-Variant FnAtn(Args a) { return MathOf(a[0], [](double x) { return std::atan(x); }); }
-Variant FnCos(Args a) { return MathOf(a[0], [](double x) { return std::cos(x); }); }
-Variant FnSin(Args a) { return MathOf(a[0], [](double x) { return std::sin(x); }); }
-Variant FnTan(Args a) { return MathOf(a[0], [](double x) { return std::tan(x); }); }
+Variant FnAtn(Args a) {
+  return MathOf(a[0], [](double x) { return std::atan(x); });
+}
+Variant FnCos(Args a) {
+  return MathOf(a[0], [](double x) { return std::cos(x); });
+}
+Variant FnSin(Args a) {
+  return MathOf(a[0], [](double x) { return std::sin(x); });
+}
+Variant FnTan(Args a) {
+  return MathOf(a[0], [](double x) { return std::tan(x); });
+}
 Variant FnExp(Args a) {
   if (a[0].IsNull()) return a[0];
   double x = CDbl(a[0]);
@@ -851,7 +870,8 @@ Variant Multiply(const Variant& a, const Variant& b) {
     __int128 p = static_cast<__int128>(a.AsCurrency().scaled) * b.AsCurrency().scaled;
     __int128 q = p / Currency::kScale, r = p % Currency::kScale;
     __int128 twice = (r < 0 ? -r : r) * 2;
-    if (twice > Currency::kScale || (twice == Currency::kScale && (q % 2 != 0))) q += p < 0 ? -1 : 1;
+    if (twice > Currency::kScale || (twice == Currency::kScale && (q % 2 != 0)))
+      q += p < 0 ? -1 : 1;
     return CurrencyScaled(q);
   }
   Rank rank = Wider(RankOf(a), RankOf(b));
@@ -962,21 +982,26 @@ Variant Bitwise(const Variant& a, const Variant& b, F f, bool null_absorbs_zero,
 }  // namespace
 
 Variant And(const Variant& a, const Variant& b) {
-  return Bitwise(a, b, [](int64_t x, int64_t y) { return x & y; }, true, false);
+  return Bitwise(
+      a, b, [](int64_t x, int64_t y) { return x & y; }, true, false);
 }
 Variant Or(const Variant& a, const Variant& b) {
-  return Bitwise(a, b, [](int64_t x, int64_t y) { return x | y; }, false, true);
+  return Bitwise(
+      a, b, [](int64_t x, int64_t y) { return x | y; }, false, true);
 }
 Variant Xor(const Variant& a, const Variant& b) {
-  return Bitwise(a, b, [](int64_t x, int64_t y) { return x ^ y; }, false, false);
+  return Bitwise(
+      a, b, [](int64_t x, int64_t y) { return x ^ y; }, false, false);
 }
 Variant Eqv(const Variant& a, const Variant& b) {
-  return Bitwise(a, b, [](int64_t x, int64_t y) { return ~(x ^ y); }, false, false);
+  return Bitwise(
+      a, b, [](int64_t x, int64_t y) { return ~(x ^ y); }, false, false);
 }
 Variant Imp(const Variant& a, const Variant& b) {
   // Imp is (Not a) Or b.
   if (a.IsNull() || b.IsNull()) return Or(Not(a), b);
-  return Bitwise(a, b, [](int64_t x, int64_t y) { return ~x | y; }, false, false);
+  return Bitwise(
+      a, b, [](int64_t x, int64_t y) { return ~x | y; }, false, false);
 }
 
 Variant CompareValues(CompareOp op, const Variant& a, const Variant& b, CompareMode mode) {

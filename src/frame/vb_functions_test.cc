@@ -152,7 +152,8 @@ TEST(VbFunctions, Texts) {
 
 TEST(VbFunctions, Dates) {
   EXPECT_EQ(Call("DateSerial", {Long(2003), Long(14), Long(0)}), D(2004, 1, 31));
-  EXPECT_EQ(Call("TimeSerial", {Long(14), Long(5), Long(9)}), Variant(Date{(14 * 3600 + 309) / 86400.0}));
+  EXPECT_EQ(Call("TimeSerial", {Long(14), Long(5), Long(9)}),
+            Variant(Date{(14 * 3600 + 309) / 86400.0}));
   EXPECT_EQ(Call("DateValue", {"3/7/2003 2:05 PM"}), D(2003, 3, 7));
   EXPECT_EQ(Call("TimeValue", {"3/7/2003 6:00 AM"}), Variant(Date{0.25}));
   EXPECT_EQ(Call("DateAdd", {"m", Long(1), D(2003, 1, 31)}), D(2003, 2, 28));
@@ -210,7 +211,9 @@ TEST(VbFunctions, ChoicesAndTests) {
   EXPECT_EQ(Call("IIf", {Variant::Null(), "a", "b"}), Variant("b"));
   EXPECT_EQ(Call("Switch", {Variant(false), "a", Variant(true), "b"}), Variant("b"));
   EXPECT_TRUE(Call("Switch", {Variant(false), "a"}).IsNull());
-  EXPECT_EQ(ErrorNumberOf([] { Call("Switch", {Variant(false), "a", Variant(true)}); }),
+  EXPECT_EQ(ErrorNumberOf([] {
+              Call("Switch", {Variant(false), "a", Variant(true)});
+            }),
             err::kInvalidCall);
   EXPECT_EQ(Call("Choose", {Long(2), "a", "b", "c"}), Variant("b"));
   EXPECT_TRUE(Call("Choose", {Long(4), "a", "b", "c"}).IsNull());
@@ -228,14 +231,17 @@ TEST(VbFunctions, FoundByNameWithTheirArity) {
   EXPECT_EQ(ErrorNumberOf([] { Call("Left", {"abc"}); }), err::kInvalidCall);
   EXPECT_EQ(ErrorNumberOf([] { Call("Frobnicate", {}); }), err::kTypeMismatch);
   for (const char* name :
-       {"CBool", "CByte", "CInt", "CLng", "CSng", "CDbl", "CCur", "CDate", "CVDate", "CStr",
-        "CVar", "Asc", "Chr", "Hex", "Oct", "Format", "Str", "Val", "String", "Space", "Left",
-        "Right", "Mid", "Len", "InStr", "InStrRev", "Replace", "StrComp", "StrConv",
-        "StrReverse", "LCase", "UCase", "Trim", "LTrim", "RTrim", "Date", "Time", "Now",
-        "DateSerial", "TimeSerial", "DateValue", "TimeValue", "DateAdd", "DateDiff", "DatePart",
-        "Year", "Month", "Day", "Hour", "Minute", "Second", "Weekday", "WeekdayName",
-        "MonthName", "Abs", "Atn", "Cos", "Exp", "Fix", "Int", "Log", "Rnd", "Round", "Sgn",
-        "Sin", "Sqr", "Tan", "IIf", "Switch", "Choose", "IsNull", "IsNumeric", "IsDate"}) {
+       {"CBool",   "CByte",      "CInt",     "CLng",        "CSng",       "CDbl",      "CCur",
+        "CDate",   "CVDate",     "CStr",     "CVar",        "Asc",        "Chr",       "Hex",
+        "Oct",     "Format",     "Str",      "Val",         "String",     "Space",     "Left",
+        "Right",   "Mid",        "Len",      "InStr",       "InStrRev",   "Replace",   "StrComp",
+        "StrConv", "StrReverse", "LCase",    "UCase",       "Trim",       "LTrim",     "RTrim",
+        "Date",    "Time",       "Now",      "DateSerial",  "TimeSerial", "DateValue", "TimeValue",
+        "DateAdd", "DateDiff",   "DatePart", "Year",        "Month",      "Day",       "Hour",
+        "Minute",  "Second",     "Weekday",  "WeekdayName", "MonthName",  "Abs",       "Atn",
+        "Cos",     "Exp",        "Fix",      "Int",         "Log",        "Rnd",       "Round",
+        "Sgn",     "Sin",        "Sqr",      "Tan",         "IIf",        "Switch",    "Choose",
+        "IsNull",  "IsNumeric",  "IsDate"}) {
     EXPECT_NE(FindFunction(name), nullptr) << name;
   }
 }

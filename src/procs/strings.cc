@@ -8,8 +8,8 @@
 #include "qorsupport/frame/error.h"
 #include "qorsupport/frame/globals.h"
 #include "qorsupport/frame/vb.h"
-#include "qorsupport/frame/vb_functions.h"
 #include "qorsupport/frame/vb_format.h"
+#include "qorsupport/frame/vb_functions.h"
 #include "qorsupport/procs/procs.h"
 
 namespace qor {

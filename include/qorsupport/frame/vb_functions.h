@@ -120,7 +120,8 @@ struct FunctionInfo {
 const FunctionInfo* FindFunction(std::string_view name);
 
 // Calls a function by name; raises 5 for a wrong number of arguments and
-// 13 for an unknown name.
+// 13 for an unknown name. String and Space raise 14 (out of string space)
+// for a text longer than 64 MB.
 Variant CallFunction(std::string_view name, std::span<const Variant> args);
 
 }  // namespace qor::vb

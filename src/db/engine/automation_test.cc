@@ -65,18 +65,28 @@ TEST(EngineAutomation, ComputedColumnsAreTyped) {
   std::string path = dir.File("typed.mdb");
   const std::vector<std::pair<std::string, std::string>> columns = {
       // conversions
-      {"CCur(1.23456)", "Cur"}, {"CInt(2.5)", "Int"}, {"CDate(\"3/7/2003\")", "Dt"},
-      {"CBool(5)", "Bool"}, {"CByte(7)", "Byt"}, {"CSng(1.5)", "Sng"},
+      {"CCur(1.23456)", "Cur"},
+      {"CInt(2.5)", "Int"},
+      {"CDate(\"3/7/2003\")", "Dt"},
+      {"CBool(5)", "Bool"},
+      {"CByte(7)", "Byt"},
+      {"CSng(1.5)", "Sng"},
       // texts
-      {"UCase(\"äb\")", "Up"}, {"Left(\"abc\", 2) & Right(\"abc\", 1)", "Lr"},
-      {"\"x\" & #3/7/2003#", "Cat"}, {"\"John\" + \"Smith\"", "Plus"},
+      {"UCase(\"äb\")", "Up"},
+      {"Left(\"abc\", 2) & Right(\"abc\", 1)", "Lr"},
+      {"\"x\" & #3/7/2003#", "Cat"},
+      {"\"John\" + \"Smith\"", "Plus"},
       // dates
-      {"DateSerial(2003, 3, 7) + 30", "Later"}, {"DatePart(\"ww\", #3/7/2003#)", "Week"},
+      {"DateSerial(2003, 3, 7) + 30", "Later"},
+      {"DatePart(\"ww\", #3/7/2003#)", "Week"},
       {"DateDiff(\"d\", #3/7/2003#, #3/9/2003#)", "Days"},
       // math and operators
-      {"Round(2.5)", "Rnd"}, {"5 \\ 2", "Quot"}, {"\"a\" = \"A\"", "Same"},
+      {"Round(2.5)", "Rnd"},
+      {"5 \\ 2", "Quot"},
+      {"\"a\" = \"A\"", "Same"},
       // choices
-      {"IIf(ID = 1, \"one\", \"other\")", "Pick"}, {"IsNull(Null)", "Nul"}};
+      {"IIf(ID = 1, \"one\", \"other\")", "Pick"},
+      {"IsNull(Null)", "Nul"}};
   std::string select = "SELECT ";
   for (size_t i = 0; i < columns.size(); ++i) {
     select += (i ? ", " : "") + columns[i].first + " AS " + columns[i].second;

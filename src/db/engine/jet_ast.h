@@ -29,6 +29,8 @@ inline constexpr int kNullType = -1;
 // How deep expressions and statements may nest (parentheses, function
 // calls, unary operators, subqueries, joins).
 inline constexpr int kMaxDepth = 200;
+// How deep SELECTs may nest in a statement (subqueries, derived tables).
+inline constexpr int kMaxSelectDepth = 8;
 
 enum class Op {
   kAdd,
@@ -77,21 +79,25 @@ struct Select;
 
 struct Node {
   NodeKind kind = NodeKind::kLiteral;
-  size_t begin = 0, end = 0;  // span in the source
-  int type = kVariantType;    // the static type, after typing
-  Variant value;              // kLiteral
+  size_t begin = 0, end = 0;       // span in the source
+  int type = kVariantType;         // the static type, after typing
+  Variant value;                   // kLiteral
+  int token = -1;                  // kLiteral: its token (number, string, date)
+  bool negated = false;            // kLiteral: a number with a sign folded in
   std::vector<std::string> parts;  // kColumn
   bool implied = false;            // kColumn: the implied operand of a rule
   int index = 0;                   // kParameter
   std::vector<Op> ops;             // kUnary (one), kChain (kids.size() - 1)
   std::vector<std::unique_ptr<Node>> kids;
   bool negate = false;
-  std::string name;                          // kCall (as written), kAggregate (upper case)
+  std::string name;                            // kCall (as written), kAggregate (upper case)
   const vb::FunctionInfo* function = nullptr;  // kCall
-  bool distinct = false;                     // kAggregate
-  std::unique_ptr<Select> select;            // kInSelect, kExists, kSubquery
-  // Set by the translator: the SQL a column or alias stands for.
+  bool distinct = false;                       // kAggregate
+  std::unique_ptr<Select> select;              // kInSelect, kExists, kSubquery
+  // Set by the translator: the SQL a column or alias stands for, and
+  // whether it is a column of a stored table.
   std::string sql;
+  bool stored_column = false;
 };
 
 using NodePtr = std::unique_ptr<Node>;
@@ -135,10 +141,10 @@ struct Select {
 
 struct StatementAst {
   StatementKind kind = StatementKind::kSelect;
-  std::unique_ptr<Select> select;  // kSelect; kInsert from a SELECT
-  std::string table;               // kInsert, kUpdate, kDelete
-  std::vector<std::string> columns;  // kInsert (may be empty: all)
-  std::vector<NodePtr> values;       // kInsert VALUES
+  std::unique_ptr<Select> select;                     // kSelect; kInsert from a SELECT
+  std::string table;                                  // kInsert, kUpdate, kDelete
+  std::vector<std::string> columns;                   // kInsert (may be empty: all)
+  std::vector<NodePtr> values;                        // kInsert VALUES
   std::vector<std::pair<std::string, NodePtr>> sets;  // kUpdate
   NodePtr where;                                      // kUpdate, kDelete
 };

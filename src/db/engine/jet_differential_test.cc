@@ -1,7 +1,9 @@
 // A differential test of Jet expressions: random expressions (numbers,
 // texts with accents, dates, Null, Booleans, nested functions) are
 // evaluated in a query and directly by the VB runtime, and must give the
-// same value of the same type (or the same error).
+// same value of the same type (or the same error); a Boolean one also
+// selects the row, as a condition and as a FindFirst criterion, when it is
+// True.
 //
 // The generator knows each expression's type by Jet's rules as it builds
 // it. It is seeded: the seed is printed, and QOR_JET_DIFF_SEED repeats a
@@ -125,8 +127,8 @@ class Generator {
       }
       case 3: {
         Expr a = Number(depth - 1), b = Number(depth - 1);
-        bool narrow = (a.type == kInteger || a.type == kSingle) &&
-                      (b.type == kInteger || b.type == kSingle);
+        bool narrow =
+            (a.type == kInteger || a.type == kSingle) && (b.type == kInteger || b.type == kSingle);
         return {"(" + a.text + " / " + b.text + ")", narrow ? kSingle : kDouble,
                 [=] { return Both(a, b, &vb::Divide); }};
       }
@@ -147,8 +149,8 @@ class Generator {
         static const struct {
           const char* name;
           int type;
-        } kConv[] = {{"CInt", kInteger}, {"CLng", kLong}, {"CDbl", kDouble}, {"CCur", kCurrency},
-                     {"CSng", kSingle},  {"Sgn", kInteger}};
+        } kConv[] = {{"CInt", kInteger},  {"CLng", kLong},   {"CDbl", kDouble},
+                     {"CCur", kCurrency}, {"CSng", kSingle}, {"Sgn", kInteger}};
         auto c = kConv[Pick(6)];
         Expr a = Number(depth - 1);
         return {std::string(c.name) + "(" + a.text + ")", c.type, Call(c.name, {a})};
@@ -292,9 +294,9 @@ class Generator {
         static const struct {
           const char* text;
           vb::CompareOp op;
-        } kOps[] = {{" = ", vb::CompareOp::kEqual},         {" <> ", vb::CompareOp::kNotEqual},
-                    {" < ", vb::CompareOp::kLess},          {" <= ", vb::CompareOp::kLessEqual},
-                    {" > ", vb::CompareOp::kGreater},       {" >= ", vb::CompareOp::kGreaterEqual}};
+        } kOps[] = {{" = ", vb::CompareOp::kEqual},   {" <> ", vb::CompareOp::kNotEqual},
+                    {" < ", vb::CompareOp::kLess},    {" <= ", vb::CompareOp::kLessEqual},
+                    {" > ", vb::CompareOp::kGreater}, {" >= ", vb::CompareOp::kGreaterEqual}};
         auto o = kOps[Pick(6)];
         return {"(" + a.text + o.text + b.text + ")", kBoolean, [=] {
                   Variant x = a.eval();
@@ -306,10 +308,7 @@ class Generator {
         Expr a = Bool(depth - 1), b = Bool(depth - 1);
         int op = Pick(4);
         static const char* const kWords[] = {" And ", " Or ", " Xor ", " Eqv "};
-        auto f = op == 0   ? &vb::And
-                 : op == 1 ? &vb::Or
-                 : op == 2 ? &vb::Xor
-                           : &vb::Eqv;
+        auto f = op == 0 ? &vb::And : op == 1 ? &vb::Or : op == 2 ? &vb::Xor : &vb::Eqv;
         return {"(" + a.text + kWords[op] + b.text + ")", kBoolean, [=] { return Both(a, b, f); }};
       }
       case 4: {
@@ -344,8 +343,7 @@ class Generator {
   int Pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng_); }
 
   // Both sides, left first (as Jet computes them), then the operator.
-  static Variant Both(const Expr& a, const Expr& b,
-                      Variant (*op)(const Variant&, const Variant&)) {
+  static Variant Both(const Expr& a, const Expr& b, Variant (*op)(const Variant&, const Variant&)) {
     Variant x = a.eval();
     Variant y = b.eval();
     return op(x, y);
@@ -419,8 +417,8 @@ class Generator {
   }
 
   Expr TextLeaf() {
-    static const char* const kTexts[] = {"abc", "Müller", "MÜLLER", "Pâté", "", " x ", "Ärger",
-                                         "straße", "12", "Pavlova"};
+    static const char* const kTexts[] = {"abc", "Müller", "MÜLLER", "Pâté", "",
+                                         " x ", "Ärger",  "straße", "12",   "Pavlova"};
     switch (Pick(4)) {
       case 0:
         return Literal("[S]", kText, row_.s);
@@ -487,20 +485,22 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
   auto db = DBEngine::Get()->CreateDatabase(dir.File("diff.mdb"), kLangGeneral);
   auto t = db->CreateTableDef("R");
   for (auto [name, type] : std::vector<std::pair<const char*, int>>{{"L", kLong},
-                                                                     {"I", kInteger},
-                                                                     {"F", kDouble},
-                                                                     {"C", kCurrency},
-                                                                     {"S", kText},
-                                                                     {"T", kDate},
-                                                                     {"B", kBoolean},
-                                                                     {"N", kLong},
-                                                                     {"Z", kText}}) {
+                                                                    {"I", kInteger},
+                                                                    {"F", kDouble},
+                                                                    {"C", kCurrency},
+                                                                    {"S", kText},
+                                                                    {"T", kDate},
+                                                                    {"B", kBoolean},
+                                                                    {"N", kLong},
+                                                                    {"Z", kText}}) {
     t->GetFields()->Append(t->CreateField(name, Long(type), Long(type == kText ? 50 : 0)));
   }
   db->GetTableDefs()->Append(t);
-  db->Execute("INSERT INTO R (L, I, F, C, S, T, B) VALUES (7, -3, 2.5, 12.5, 'Straße Müller', "
-              "#3/7/2003#, True)");
+  db->Execute(
+      "INSERT INTO R (L, I, F, C, S, T, B) VALUES (7, -3, 2.5, 12.5, 'Straße Müller', "
+      "#3/7/2003#, True)");
 
+  auto dynaset = db->OpenRecordset("R", Long(kOpenDynaset));
   Generator gen(seed);
   int checked = 0, errors = 0, conditions = 0;
   for (int n = 0; n < count; ++n) {
@@ -523,8 +523,8 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
     } catch (const Error& error) {
       query.error = error.number();
     }
-    std::string where = "SELECT " + e.text + "\n  seed " + std::to_string(seed) + ", #" +
-                        std::to_string(n);
+    std::string where =
+        "SELECT " + e.text + "\n  seed " + std::to_string(seed) + ", #" + std::to_string(n);
     if (direct.error || query.error) {
       EXPECT_EQ(query.error, direct.error) << where;
       ++errors;
@@ -532,8 +532,8 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       EXPECT_EQ(query.type, e.type) << where;
       EXPECT_TRUE(SameValue(query.value, direct.value))
           << where << "\n  query: " << TypeName(query.value) << " "
-          << (query.value.IsNull() ? "Null" : vb::CStr(query.value)) << "\n  VB:    "
-          << TypeName(direct.value) << " "
+          << (query.value.IsNull() ? "Null" : vb::CStr(query.value))
+          << "\n  VB:    " << TypeName(direct.value) << " "
           << (direct.value.IsNull() ? "Null" : vb::CStr(direct.value));
     }
     // A Boolean also as a condition: the row is selected when it is True.
@@ -549,13 +549,24 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       EXPECT_EQ(error, 0) << "WHERE " << e.text;
       bool truth = !direct.value.IsNull() && direct.value.AsBoolean();
       EXPECT_EQ(selected, truth) << "WHERE " << e.text << "\n  seed " << seed;
+      // And as a FindFirst criterion, whose literals are parameters.
+      bool found = false;
+      error = 0;
+      try {
+        dynaset->FindFirst(e.text);
+        found = !dynaset->NoMatch();
+      } catch (const Error& raised) {
+        error = raised.number();
+      }
+      EXPECT_EQ(error, 0) << "FindFirst " << e.text;
+      EXPECT_EQ(found, truth) << "FindFirst " << e.text << "\n  seed " << seed;
       ++conditions;
     }
     ++checked;
     if (::testing::Test::HasFailure()) break;  // one expression to look at
   }
-  std::printf("checked %d expressions (%d with errors, %d also as conditions)\n", checked, errors,
-              conditions);
+  std::printf("checked %d expressions (%d with errors, %d also as conditions and criteria)\n",
+              checked, errors, conditions);
 }
 
 }  // namespace

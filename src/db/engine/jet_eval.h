@@ -11,9 +11,9 @@
 // "e": an error while computing a row gives an error value (ErrorValue)
 // instead of failing the statement, so that it surfaces when that row is
 // read. "s": the value is one to store in a field, so that a number too
-// large is DAO's 3349 and a value that does not convert 3421. The types are DAO type codes (0 Variant). The program is parsed
-// and typed once per statement and evaluated with the VB runtime for each
-// row.
+// large is DAO's 3349 and a value that does not convert 3421. The types are DAO type codes (0
+// Variant). The program is parsed and typed once per statement and evaluated with the VB runtime
+// for each row.
 #ifndef QOR_DB_ENGINE_JET_EVAL_H_
 #define QOR_DB_ENGINE_JET_EVAL_H_
 

@@ -341,8 +341,9 @@ TEST_F(OrdersTest, YesNoStoresMinusOneForAnyNonZero) {
   db_->Execute("UPDATE Orders SET Paid = 1 WHERE OrderID = 2");
   db_->Execute("INSERT INTO Orders (OrderID, Paid) VALUES (7, 5)");
   db_->Execute("UPDATE Orders SET Paid = 7 WHERE OrderID = 3", Long(kSQLPassThrough));
-  auto rs = db_->OpenRecordset("SELECT OrderID, Paid, Paid = -1 FROM Orders WHERE OrderID IN "
-                               "(2, 3, 7) ORDER BY OrderID");
+  auto rs = db_->OpenRecordset(
+      "SELECT OrderID, Paid, Paid = -1 FROM Orders WHERE OrderID IN "
+      "(2, 3, 7) ORDER BY OrderID");
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(rs->FieldValue(1), Variant(true));
     EXPECT_EQ(rs->FieldValue(2), Variant(true));
@@ -363,8 +364,8 @@ TEST_F(OrdersTest, ErrorsAreJets) {
   EXPECT_DAO_ERROR(rs->FindFirst("OrderID = (1"), e::kSyntaxInCriteria);
   EXPECT_DAO_ERROR(One("CLng(\"abc\")"), err::kTypeMismatch);
   // An error in one row's value surfaces when that row is read.
-  auto q = db_->OpenRecordset("SELECT OrderID, 10 / (OrderID - 2) AS R FROM Orders ORDER BY OrderID",
-                              Long(kOpenSnapshot));
+  auto q = db_->OpenRecordset(
+      "SELECT OrderID, 10 / (OrderID - 2) AS R FROM Orders ORDER BY OrderID", Long(kOpenSnapshot));
   EXPECT_EQ(q->FieldValue(1), Variant(-10.0));
   q->MoveNext();
   EXPECT_DAO_ERROR(q->FieldValue(1), 11);
@@ -375,10 +376,12 @@ TEST_F(OrdersTest, ErrorsAreJets) {
 }
 
 TEST_F(OrdersTest, WritesConvertToTheFieldsType) {
-  db_->Execute("UPDATE Orders SET Qty = 2.5, Freight = 1.23456, Customer = #3/7/2003#, "
-               "ShippedDate = '3/8/2003' WHERE OrderID = 4");
-  auto rs = db_->OpenRecordset("SELECT Qty, Freight, Customer, ShippedDate FROM Orders WHERE "
-                               "OrderID = 4");
+  db_->Execute(
+      "UPDATE Orders SET Qty = 2.5, Freight = 1.23456, Customer = #3/7/2003#, "
+      "ShippedDate = '3/8/2003' WHERE OrderID = 4");
+  auto rs = db_->OpenRecordset(
+      "SELECT Qty, Freight, Customer, ShippedDate FROM Orders WHERE "
+      "OrderID = 4");
   EXPECT_EQ(rs->FieldValue(0), Int16(2));
   EXPECT_EQ(rs->FieldValue(1), Variant(Currency{12346}));
   EXPECT_EQ(rs->FieldValue(2), Variant("3/7/2003"));

@@ -1,7 +1,10 @@
 #include "db/engine/jet_lexer.h"
 
 #include <cctype>
+#include <cmath>
+#include <cstdlib>
 
+#include "qorsupport/frame/vb_date.h"
 
 namespace qor::dao::jet {
 
@@ -109,6 +112,32 @@ std::vector<Token> Tokenize(std::string_view s) {
     }
     t.end = i;
     tokens.push_back(std::move(t));
+  }
+}
+
+bool LiteralValue(const Token& t, Variant* out) {
+  switch (t.kind) {
+    case TokenKind::kNumber: {
+      double x = std::strtod(t.text.c_str(), nullptr);
+      if (t.text.find_first_of(".eE") == std::string::npos && x <= 2147483647.0) {
+        *out = Long(static_cast<int32_t>(x));
+        return true;
+      }
+      if (std::isinf(x)) return false;
+      *out = Variant(x);
+      return true;
+    }
+    case TokenKind::kString:
+      *out = Variant(t.text);
+      return true;
+    case TokenKind::kDate: {
+      Date d;
+      if (!vb::ParseDate(t.text, &d)) return false;
+      *out = Variant(d);
+      return true;
+    }
+    default:
+      return false;
   }
 }
 

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "qorsupport/frame/variant.h"
+
 namespace qor::dao::jet {
 
 enum class TokenKind { kNumber, kString, kDate, kName, kSymbol, kEnd };
@@ -36,6 +38,11 @@ struct LexError : std::runtime_error {
 
 // All tokens of text, ending with a kEnd token.
 std::vector<Token> Tokenize(std::string_view text);
+
+// The value of a number, string or date token: a whole number that fits is
+// a Long, any other number a Double, a string a String, a date a Date.
+// False for a date that is none, or a number too large.
+bool LiteralValue(const Token& token, Variant* out);
 
 }  // namespace qor::dao::jet
 

@@ -32,8 +32,8 @@ bool IsClauseWord(const Token& t) {
 }
 
 bool IsAggregate(std::string_view upper) {
-  for (const char* a : {"COUNT", "SUM", "AVG", "MIN", "MAX", "FIRST", "LAST", "STDEV", "STDEVP",
-                        "VAR", "VARP"}) {
+  for (const char* a :
+       {"COUNT", "SUM", "AVG", "MIN", "MAX", "FIRST", "LAST", "STDEV", "STDEVP", "VAR", "VARP"}) {
     if (upper == a) return true;
   }
   return false;
@@ -156,6 +156,12 @@ class Parser {
 
   std::unique_ptr<Select> ParseSelect(bool allow_union) {
     Nest nest(this);
+    // SQLite's parser nests no more than about ten subqueries.
+    if (++selects_ > kMaxSelectDepth) throw SyntaxError{};
+    struct Leave {
+      int* n;
+      ~Leave() { --*n; }
+    } leave{&selects_};
     ExpectKeyword("SELECT");
     auto s = std::make_unique<Select>();
     if (AcceptKeyword("DISTINCT")) {
@@ -348,7 +354,10 @@ class Parser {
     static const struct {
       const char* word;
       Op op;
-    } kLevels[] = {{"IMP", Op::kImp}, {"EQV", Op::kEqv}, {"XOR", Op::kXor}, {"OR", Op::kOr},
+    } kLevels[] = {{"IMP", Op::kImp},
+                   {"EQV", Op::kEqv},
+                   {"XOR", Op::kXor},
+                   {"OR", Op::kOr},
                    {"AND", Op::kAnd}};
     if (level == 5) return ParseNot();
     size_t begin = Peek().offset;
@@ -380,7 +389,7 @@ class Parser {
     }
     NodePtr inner;
     {
-      Nest nest(this, static_cast<int>(starts.size()) + 1);
+      Nest nest(this, static_cast<int>(starts.size()));
       inner = ParseComparison();
     }
     for (size_t i = starts.size(); i-- > 0;) {
@@ -553,6 +562,7 @@ class Parser {
         inner->value = inner->value.type() == VarType::kLong
                            ? Long(-static_cast<int32_t>(inner->value.NumericValue()))
                            : Variant(-inner->value.NumericValue());
+        inner->negated = !inner->negated;
         inner->begin = minus[i];
         continue;
       }
@@ -588,31 +598,13 @@ class Parser {
     const Token& t = Peek();
     size_t begin = t.offset;
     switch (t.kind) {
-      case TokenKind::kNumber: {
-        std::string digits = Next().text;
-        NodePtr n = NewNode(NodeKind::kLiteral, begin);
-        double x = std::strtod(digits.c_str(), nullptr);
-        if (digits.find_first_of(".eE") == std::string::npos && x <= 2147483647.0) {
-          n->value = Long(static_cast<int32_t>(x));
-        } else {
-          if (std::isinf(x)) throw SyntaxError{};
-          n->value = Variant(x);
-        }
-        Finish(n.get());
-        return n;
-      }
-      case TokenKind::kString: {
-        NodePtr n = NewNode(NodeKind::kLiteral, begin);
-        n->value = Variant(Next().text);
-        Finish(n.get());
-        return n;
-      }
+      case TokenKind::kNumber:
+      case TokenKind::kString:
       case TokenKind::kDate: {
-        Date d;
-        if (!vb::ParseDate(t.text, &d)) throw SyntaxError{};
-        Next();
         NodePtr n = NewNode(NodeKind::kLiteral, begin);
-        n->value = Variant(d);
+        n->token = static_cast<int>(pos_);
+        if (!LiteralValue(t, &n->value)) throw SyntaxError{};
+        Next();
         Finish(n.get());
         return n;
       }
@@ -690,8 +682,8 @@ class Parser {
     return n;
   }
 
+  // A call nests as deep as its arguments (each an expression, one level).
   NodePtr CallFunction(const std::string& name, size_t begin) {
-    Nest nest(this);
     ExpectSymbol("(");
     std::string upper = vb::UCase(name);
     if (!upper.empty() && upper.back() == '$') upper.pop_back();
@@ -734,6 +726,7 @@ class Parser {
   size_t last_end_ = 0;
   size_t expr_start_ = 0;
   int depth_ = 0;
+  int selects_ = 0;
 };
 
 }  // namespace

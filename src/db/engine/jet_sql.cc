@@ -3,9 +3,11 @@
 #include <cstdio>
 #include <deque>
 #include <map>
+#include <unordered_map>
 
 #include "db/engine/jet_ast.h"
 #include "db/engine/jet_eval.h"
+#include "db/engine/jet_lexer.h"
 #include "db/engine/jet_types.h"
 #include "qorsupport/db/engine/dao.h"
 #include "qorsupport/frame/vb.h"
@@ -40,6 +42,13 @@ constexpr size_t kMaxLiteralParameters = 100;
 constexpr size_t kMaxProgramParameters = 120;
 
 constexpr std::string_view kCollate = " COLLATE qor_jet";
+
+// How deep translated SQL may nest, in entries of SQLite's parser stack
+// (which holds about 90): a call takes 5, a nested SELECT 9, another
+// native construct 4.
+constexpr int kMaxSqlCost = 80;
+constexpr int kCallCost = 5;
+constexpr int kSelectCost = 9;
 
 std::string DateSql(Date d) {
   vb::DateParts p = vb::SplitDate(d);
@@ -106,6 +115,7 @@ struct Table {
   std::string name;
   std::string alias;
   const std::vector<FieldInfo>* fields = nullptr;
+  bool derived = false;  // a subquery in FROM
 };
 
 struct Scope {
@@ -127,6 +137,7 @@ class Compiler : public Typer {
     Scope scope = ExpressionScope();
     scope_ = &scope;
     TypeTree(root, *this);
+    if (CountLiterals(root) > kMaxLiteralParameters) inline_literals_ = true;
     return Compile(root, true);
   }
 
@@ -134,6 +145,7 @@ class Compiler : public Typer {
     Scope scope = ExpressionScope();
     scope_ = &scope;
     TypeTree(root, *this);
+    if (CountLiterals(root) > kMaxLiteralParameters) inline_literals_ = true;
     if (type) *type = root.type;
     return Compile(root, false);
   }
@@ -167,9 +179,12 @@ class Compiler : public Typer {
     return st;
   }
 
-  bool used_literals() const { return literal_count_ > 0; }
   size_t literal_count() const { return literal_count_; }
+  bool inline_literals() const { return inline_literals_; }
   void set_inline_literals() { inline_literals_ = true; }
+  // The token of each literal made a parameter, in order, and whether a
+  // sign was folded into it.
+  const std::vector<std::pair<int, bool>>& slots() const { return slots_; }
 
   // ---- Typer ---------------------------------------------------------------------
 
@@ -191,6 +206,7 @@ class Compiler : public Typer {
         if (i >= 0) {
           n.type = ExpressionType((*t.fields)[static_cast<size_t>(i)].type);
           n.sql = ColumnSql(n);
+          n.stored_column = !t.derived;
           return;
         }
       }
@@ -260,11 +276,13 @@ class Compiler : public Typer {
     return Compile(n, false);
   }
 
-  std::string Literal(const Variant& v) {
+  std::string Literal(const Node& n) {
+    const Variant& v = n.value;
     if (!options_.literals || inline_literals_ || v.IsNull() || v.IsBoolean()) {
       return LiteralSql(v);
     }
     options_.literals->push_back(v);
+    slots_.emplace_back(n.token, n.negated);
     ++literal_count_;
     return "?" + std::to_string(options_.first_parameter +
                                 static_cast<int>(options_.literals->size()) - 1);
@@ -322,11 +340,53 @@ class Compiler : public Typer {
     return Texty(a.type) && Texty(b.type) ? std::string(kCollate) : "";
   }
 
-  std::string Compile(Node& n, bool condition) {
-    if (!Native(n, condition)) return Region(n, kVariantType, false);
+  // How much of SQLite's parser stack a native node takes (measured: it
+  // holds 30 levels of "(a OR (b OR ...", 18 of calls, 10 of "a IN
+  // (SELECT ... WHERE b IN (SELECT ...").
+  static int NativeCost(const Node& n) {
     switch (n.kind) {
       case NodeKind::kLiteral:
-        return Literal(n.value);
+      case NodeKind::kColumn:
+      case NodeKind::kSubquery:  // counted where its SELECT is translated
+        return 0;
+      case NodeKind::kLike:
+      case NodeKind::kAggregate:
+        return kCallCost;
+      default:
+        return 4;
+    }
+  }
+
+  // Counts SQL nesting while it lives.
+  class Nesting {
+   public:
+    Nesting(Compiler* c, int cost) : c_(c), cost_(cost) { c_->sql_cost_ += cost_; }
+    ~Nesting() { c_->sql_cost_ -= cost_; }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+
+   private:
+    Compiler* c_;
+    int cost_;
+  };
+
+  static bool Evaluable(const Node& n) {
+    return n.kind != NodeKind::kAggregate && n.kind != NodeKind::kSubquery &&
+           n.kind != NodeKind::kExists && n.kind != NodeKind::kInSelect &&
+           n.kind != NodeKind::kColumn && n.kind != NodeKind::kLiteral;
+  }
+
+  std::string Compile(Node& n, bool condition) {
+    if (!Native(n, condition)) return Region(n, kVariantType, false);
+    int cost = NativeCost(n);
+    // Too deep for SQLite's parser: the rest is one flat call.
+    if (sql_cost_ + cost + kCallCost > kMaxSqlCost && Evaluable(n)) {
+      return Region(n, kVariantType, false);
+    }
+    Nesting nesting(this, cost);
+    switch (n.kind) {
+      case NodeKind::kLiteral:
+        return Literal(n);
       case NodeKind::kColumn:
         return n.sql;
       case NodeKind::kAggregate:
@@ -350,8 +410,10 @@ class Compiler : public Typer {
       }
       case NodeKind::kChain: {
         if (IsComparison(n.ops[0])) {
-          std::string sql = "(" + Compile(*n.kids[0], false) + ComparisonSql(n.ops[0]) +
-                            Compile(*n.kids[1], false) + Collated(*n.kids[0], *n.kids[1]) + ")";
+          std::string left = Compile(*n.kids[0], false);  // left first: parameters in order
+          std::string right = Compile(*n.kids[1], false);
+          std::string sql =
+              "(" + left + ComparisonSql(n.ops[0]) + right + Collated(*n.kids[0], *n.kids[1]) + ")";
           return condition ? sql : AsValue(sql);
         }
         std::string sql = "(";
@@ -367,15 +429,17 @@ class Compiler : public Typer {
         if (condition) return "(NOT " + Compile(*n.kids[0], true) + ")";
         return "(~" + Compile(*n.kids[0], false) + ")";
       case NodeKind::kLike: {
-        std::string sql =
-            "qor_like(" + Compile(*n.kids[0], false) + ", " + Compile(*n.kids[1], false) + ")";
+        std::string text = Compile(*n.kids[0], false);
+        std::string sql = "qor_like(" + text + ", " + Compile(*n.kids[1], false) + ")";
         if (!n.negate) return sql;
         return condition ? "(NOT " + sql + ")" : "(~" + sql + ")";
       }
       case NodeKind::kBetween: {
-        std::string sql = "(" + Compile(*n.kids[0], false) + CollateFor(n.kids[0]->type) +
-                          (n.negate ? " NOT BETWEEN " : " BETWEEN ") + Compile(*n.kids[1], false) +
-                          " AND " + Compile(*n.kids[2], false) + ")";
+        std::string value = Compile(*n.kids[0], false);
+        std::string low = Compile(*n.kids[1], false);
+        std::string high = Compile(*n.kids[2], false);
+        std::string sql = "(" + value + CollateFor(n.kids[0]->type) +
+                          (n.negate ? " NOT BETWEEN " : " BETWEEN ") + low + " AND " + high + ")";
         return condition ? sql : AsValue(sql);
       }
       case NodeKind::kIn: {
@@ -411,6 +475,13 @@ class Compiler : public Typer {
     if (f == "STDEVP") return "qor_stdevp(" + value + ")";
     if (f == "VAR") return "qor_var(" + value + ")";
     return "qor_varp(" + value + ")";
+  }
+
+  // Too many literals for parameters (a long In list or sum) are written out.
+  static size_t CountLiterals(const Node& n) {
+    size_t count = n.kind == NodeKind::kLiteral ? 1 : 0;
+    for (const NodePtr& k : n.kids) count += CountLiterals(*k);
+    return count;
   }
 
   static bool HasUnknownName(const Node& n) {
@@ -464,6 +535,7 @@ class Compiler : public Typer {
 
   // The node as a call of qor_expr: its text with its leaves as parameters.
   std::string Region(Node& n, int result_type, bool error_values) {
+    Nesting nesting(this, kCallCost);
     std::vector<Leaf> leaves;
     std::vector<std::string> sql;
     std::vector<int> types;
@@ -490,7 +562,8 @@ class Compiler : public Typer {
   std::string Converted(const std::string& sql, int from, int to) {
     if (!NeedsConversion(from, to)) return sql;
     return "qor_expr(" +
-           QuoteText(ProgramText(false, to, {from == kNullType ? kVariantType : from}, "?1", true)) +
+           QuoteText(
+               ProgramText(false, to, {from == kNullType ? kVariantType : from}, "?1", true)) +
            ", " + sql + ")";
   }
 
@@ -515,6 +588,7 @@ class Compiler : public Typer {
         Table t;
         t.alias = item.alias;
         t.name = item.alias.empty() ? std::string("\x01") : item.alias;
+        t.derived = true;
         if (known) {
           owned_fields_.emplace_back();
           for (size_t i = 0; i < names.size(); ++i) {
@@ -596,6 +670,7 @@ class Compiler : public Typer {
                             int* first_type, std::vector<int>* types = nullptr,
                             std::vector<std::string>* names = nullptr, bool* known = nullptr,
                             bool error_values = false) {
+    Nesting nesting(this, kSelectCost);
     Scope scope;
     scope.outer = scope_;
     Scope* saved = scope_;
@@ -655,8 +730,9 @@ class Compiler : public Typer {
         for (const SelectItem& item : s.items) {
           if (item.expr) {
             const Node& e = *item.expr;
-            bool plain = e.kind == NodeKind::kColumn && !e.implied && e.sql.front() == '"';
-            st->column_types.push_back(plain ? 0 : column_types[c]);
+            // A stored field keeps its own type (the cursor reads it).
+            bool stored = e.kind == NodeKind::kColumn && e.stored_column;
+            st->column_types.push_back(stored ? 0 : column_types[c]);
             ++c;
           } else {
             // The fields of the starred tables, typed by the cursor.
@@ -746,7 +822,8 @@ class Compiler : public Typer {
     }
     std::vector<int> targets = TargetTypes(ast.table, ast.columns);
     if (ast.select) {
-      out += " " + CompileSelect(*ast.select, nullptr, targets.empty() ? nullptr : &targets, nullptr);
+      out +=
+          " " + CompileSelect(*ast.select, nullptr, targets.empty() ? nullptr : &targets, nullptr);
       return out;
     }
     Scope scope;  // VALUES name no fields
@@ -792,8 +869,75 @@ class Compiler : public Typer {
   Scope* scope_ = nullptr;
   bool inline_literals_ = false;
   size_t literal_count_ = 0;
+  int sql_cost_ = 0;
+  std::vector<std::pair<int, bool>> slots_;
   std::deque<std::vector<FieldInfo>> owned_fields_;
 };
+
+// Criteria translated before, by their shape: the text with each literal
+// replaced by its kind. A criterion whose literals are all parameters
+// translates the same for any values of the same kinds (the keyed reads of
+// FindFirst), so a second one costs its tokens and a look-up.
+struct CachedCriterion {
+  std::string where;
+  std::vector<std::pair<int, bool>> slots;  // literal tokens, in parameter order
+};
+
+class CriteriaShapes {
+ public:
+  const CachedCriterion* Find(const std::string& key) const {
+    auto it = map_.find(key);
+    return it == map_.end() ? nullptr : &it->second;
+  }
+  void Put(std::string key, CachedCriterion c) {
+    if (map_.size() >= 512) map_.clear();
+    map_.emplace(std::move(key), std::move(c));
+  }
+
+ private:
+  std::unordered_map<std::string, CachedCriterion> map_;
+};
+
+CriteriaShapes& Shapes() {
+  thread_local CriteriaShapes shapes;
+  return shapes;
+}
+
+// The shape of a criterion with its options; empty when it has none (a
+// token that will not translate).
+std::string ShapeKey(const std::vector<Token>& tokens, const ExpressionOptions& o) {
+  std::string key = std::to_string(o.first_parameter) + '\x1f' + o.column_prefix + '\x1f' +
+                    o.implied_operand + '\x1f' + std::to_string(o.implied_type) + '\x1f';
+  if (o.fields) {
+    for (const FieldInfo& f : *o.fields) key += f.name + '\x1e' + std::to_string(f.type) + '\x1e';
+  } else {
+    key += '\x1d';
+  }
+  key += '\x1f';
+  for (const Token& t : tokens) {
+    Variant v;
+    switch (t.kind) {
+      case TokenKind::kNumber:
+      case TokenKind::kString:
+      case TokenKind::kDate:
+        if (!LiteralValue(t, &v)) return std::string();
+        key += v.IsString() ? 'S' : v.IsDate() ? 'D' : v.type() == VarType::kLong ? 'L' : 'F';
+        break;
+      case TokenKind::kName:
+        key += t.bracketed ? '[' : 'N';
+        key += t.text;
+        break;
+      case TokenKind::kSymbol:
+        key += 'Y';
+        key += t.text;
+        break;
+      case TokenKind::kEnd:
+        break;
+    }
+    key += '\x1f';
+  }
+  return key;
+}
 
 std::string TrimmedTail(std::string_view source, size_t from) {
   std::string text(source.substr(std::min(from, source.size())));
@@ -831,11 +975,37 @@ std::string TranslateCriteria(std::string_view criteria, const ExpressionOptions
   RegisterEngineErrors();
   try {
     size_t before = options.literals ? options.literals->size() : 0;
+    std::string key;
+    std::vector<Token> tokens;
+    if (options.literals) {
+      try {
+        tokens = Tokenize(criteria);
+        key = ShapeKey(tokens, options);
+        if (!key.empty()) key += std::to_string(before);
+      } catch (const LexError&) {
+        key.clear();
+      }
+      if (const CachedCriterion* hit = key.empty() ? nullptr : Shapes().Find(key)) {
+        for (const auto& [token, negated] : hit->slots) {
+          Variant v;
+          LiteralValue(tokens[static_cast<size_t>(token)], &v);
+          if (negated) {
+            v = v.type() == VarType::kLong ? Long(-static_cast<int32_t>(v.NumericValue()))
+                                           : Variant(-v.NumericValue());
+          }
+          options.literals->push_back(std::move(v));
+        }
+        return hit->where;
+      }
+    }
     std::string out;
     {
       NodePtr root = ParseExpression(criteria);
       Compiler compiler(criteria, nullptr, options);
       out = compiler.Condition(*root);
+      if (!key.empty() && !compiler.inline_literals()) {
+        Shapes().Put(std::move(key), CachedCriterion{out, compiler.slots()});
+      }
     }
     if (options.literals && options.literals->size() - before > kMaxLiteralParameters) {
       options.literals->resize(before);

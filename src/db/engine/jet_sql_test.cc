@@ -75,7 +75,8 @@ TEST(JetSql, Functions) {
             "SELECT qor_expr('e10::Left(\"abc\", 2)'), qor_expr('e10:0:Right(?1, 2)', \"a\"), "
             "qor_expr('e3::Asc(\"A\")') FROM \"t\" LEFT JOIN \"u\" ON (\"t\".\"k\" = \"u\".\"k\" "
             "COLLATE qor_jet) ORDER BY \"a\"");
-  EXPECT_EQ(Where("InStr(1, a, \"b\", 1) > 0"), "(qor_expr('4:0:InStr(1, ?1, \"b\", 1)', \"a\") > 0)");
+  EXPECT_EQ(Where("InStr(1, a, \"b\", 1) > 0"),
+            "(qor_expr('4:0:InStr(1, ?1, \"b\", 1)', \"a\") > 0)");
 }
 
 TEST(JetSql, Statements) {
@@ -153,7 +154,9 @@ TEST(JetSql, NestingIsLimitedNotACrash) {
   EXPECT_EQ(ErrorOf([&] { Where("a In (" + Repeat("(SELECT b FROM t WHERE b In (", 5000)); }),
             e::kSyntaxInCriteria);
   EXPECT_EQ(ErrorOf([&] { TranslateExpression(parens); }), e::kSyntaxInQuery);
-  EXPECT_EQ(ErrorOf([&] { TranslateExpression(">" + iifs, {"NEW.", "NEW.x"}); }),
+  EXPECT_EQ(ErrorOf([&] {
+              TranslateExpression(">" + iifs, {"NEW.", "NEW.x"});
+            }),
             e::kSyntaxInQuery);
   try {
     TranslateStatement("SELECT x FROM t WHERE " + parens);
@@ -206,6 +209,41 @@ TEST(JetSql, CostGrowsWithTheLength) {
   literals.clear();
   EXPECT_EQ(TranslateCriteria("a In (1, 'x')", options), "(\"a\" COLLATE qor_jet IN (?2, ?3))");
   EXPECT_EQ(literals.size(), 2u);
+}
+
+TEST(JetSql, CriteriaOfOneShapeShareTheirTranslation) {
+  std::vector<FieldInfo> fields(2);
+  fields[0].name = "Code";
+  fields[0].type = kText;
+  fields[1].name = "Qty";
+  fields[1].type = kLong;
+  auto translate = [&](std::string_view criteria, std::vector<Variant>* literals) {
+    ExpressionOptions options;
+    options.literals = literals;
+    options.first_parameter = 2;
+    options.fields = &fields;
+    return TranslateCriteria(criteria, options);
+  };
+  for (int round = 0; round < 2; ++round) {  // the second round comes from the cache
+    std::vector<Variant> a, b;
+    EXPECT_EQ(translate("[Code] = \"K1\" And Qty > -5", &a),
+              "((\"Code\" = ?2 COLLATE qor_jet) AND (\"Qty\" > ?3))");
+    EXPECT_EQ(a, (std::vector<Variant>{Variant("K1"), Long(-5)}));
+    EXPECT_EQ(translate("[Code] = \"K2\" And Qty > -7", &b),
+              "((\"Code\" = ?2 COLLATE qor_jet) AND (\"Qty\" > ?3))");
+    EXPECT_EQ(b, (std::vector<Variant>{Variant("K2"), Long(-7)}));
+    std::vector<Variant> c;
+    // Another kind of literal is another shape.
+    EXPECT_EQ(translate("[Code] = \"K2\" And Qty > 2.5", &c),
+              "((\"Code\" = ?2 COLLATE qor_jet) AND (\"Qty\" > ?3))");
+    EXPECT_EQ(c, (std::vector<Variant>{Variant("K2"), Variant(2.5)}));
+    std::vector<Variant> d;
+    EXPECT_EQ(ErrorOf([&] { translate("[Code] = 5", &d); }), e::kCriteriaMismatch);
+    EXPECT_EQ(ErrorOf([&] { translate("Nope = 5", &d); }), e::kTooFewParameters);
+    std::vector<Variant> f;
+    EXPECT_EQ(translate("Qty + 1 > 3", &f), "(qor_expr('4:4,4:?1 + ?2', \"Qty\", ?2) > ?3)");
+    EXPECT_EQ(f, (std::vector<Variant>{Long(1), Long(3)}));
+  }
 }
 
 TEST(JetSql, RulesWithAnImpliedField) {

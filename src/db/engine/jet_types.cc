@@ -84,7 +84,9 @@ int BinaryType(Op op, int a, int b) {
     case Op::kMultiply:
       return WiderNumber(a, b);
     case Op::kDivide: {
-      auto narrow = [](int t) { return t == kByte || t == kInteger || t == kSingle || t == kBoolean; };
+      auto narrow = [](int t) {
+        return t == kByte || t == kInteger || t == kSingle || t == kBoolean;
+      };
       return narrow(a) && narrow(b) ? kSingle : kDouble;
     }
     case Op::kIntDivide:
@@ -151,29 +153,23 @@ int CallType(const Node& n) {
     int type;
   };
   static const Fixed kFixed[] = {
-      {"CBool", kBoolean},     {"CByte", kByte},         {"CInt", kInteger},
-      {"CLng", kLong},         {"CSng", kSingle},        {"CDbl", kDouble},
-      {"CCur", kCurrency},     {"CDate", kDate},         {"CVDate", kDate},
-      {"CStr", kText},         {"Asc", kInteger},        {"AscW", kInteger},
-      {"Chr", kText},          {"ChrW", kText},          {"Hex", kText},
-      {"Oct", kText},          {"Format", kText},        {"Str", kText},
-      {"String", kText},       {"Space", kText},         {"Left", kText},
-      {"Right", kText},        {"Mid", kText},           {"LCase", kText},
-      {"UCase", kText},        {"Trim", kText},          {"LTrim", kText},
-      {"RTrim", kText},        {"Replace", kText},       {"StrConv", kText},
-      {"StrReverse", kText},   {"WeekdayName", kText},   {"MonthName", kText},
-      {"Val", kDouble},        {"Len", kLong},           {"InStr", kLong},
-      {"InStrRev", kLong},     {"StrComp", kInteger},    {"Date", kDate},
-      {"Time", kDate},         {"Now", kDate},           {"DateSerial", kDate},
-      {"TimeSerial", kDate},   {"DateValue", kDate},     {"TimeValue", kDate},
-      {"DateAdd", kDate},      {"DateDiff", kLong},      {"DatePart", kInteger},
-      {"Year", kInteger},      {"Month", kInteger},      {"Day", kInteger},
-      {"Hour", kInteger},      {"Minute", kInteger},     {"Second", kInteger},
-      {"Weekday", kInteger},   {"Sgn", kInteger},        {"Atn", kDouble},
-      {"Cos", kDouble},        {"Exp", kDouble},         {"Log", kDouble},
-      {"Sin", kDouble},        {"Sqr", kDouble},         {"Tan", kDouble},
-      {"Rnd", kSingle},        {"IsNull", kBoolean},     {"IsNumeric", kBoolean},
-      {"IsDate", kBoolean},    {"IsEmpty", kBoolean},
+      {"CBool", kBoolean},  {"CByte", kByte},        {"CInt", kInteger},    {"CLng", kLong},
+      {"CSng", kSingle},    {"CDbl", kDouble},       {"CCur", kCurrency},   {"CDate", kDate},
+      {"CVDate", kDate},    {"CStr", kText},         {"Asc", kInteger},     {"AscW", kInteger},
+      {"Chr", kText},       {"ChrW", kText},         {"Hex", kText},        {"Oct", kText},
+      {"Format", kText},    {"Str", kText},          {"String", kText},     {"Space", kText},
+      {"Left", kText},      {"Right", kText},        {"Mid", kText},        {"LCase", kText},
+      {"UCase", kText},     {"Trim", kText},         {"LTrim", kText},      {"RTrim", kText},
+      {"Replace", kText},   {"StrConv", kText},      {"StrReverse", kText}, {"WeekdayName", kText},
+      {"MonthName", kText}, {"Val", kDouble},        {"Len", kLong},        {"InStr", kLong},
+      {"InStrRev", kLong},  {"StrComp", kInteger},   {"Date", kDate},       {"Time", kDate},
+      {"Now", kDate},       {"DateSerial", kDate},   {"TimeSerial", kDate}, {"DateValue", kDate},
+      {"TimeValue", kDate}, {"DateAdd", kDate},      {"DateDiff", kLong},   {"DatePart", kInteger},
+      {"Year", kInteger},   {"Month", kInteger},     {"Day", kInteger},     {"Hour", kInteger},
+      {"Minute", kInteger}, {"Second", kInteger},    {"Weekday", kInteger}, {"Sgn", kInteger},
+      {"Atn", kDouble},     {"Cos", kDouble},        {"Exp", kDouble},      {"Log", kDouble},
+      {"Sin", kDouble},     {"Sqr", kDouble},        {"Tan", kDouble},      {"Rnd", kSingle},
+      {"IsNull", kBoolean}, {"IsNumeric", kBoolean}, {"IsDate", kBoolean},  {"IsEmpty", kBoolean},
   };
   for (const Fixed& x : kFixed) {
     if (SameName(f, x.name)) return x.type;
@@ -208,7 +204,8 @@ int AggregateType(const Node& n) {
 
 // Text against a number is a type mismatch in a criterion.
 void CheckComparable(int a, int b) {
-  bool text_number = (IsTextualType(a) && IsNumericType(b)) || (IsNumericType(a) && IsTextualType(b));
+  bool text_number =
+      (IsTextualType(a) && IsNumericType(b)) || (IsNumericType(a) && IsTextualType(b));
   if (text_number) Fail(e::kCriteriaMismatch);
 }
 

@@ -46,8 +46,8 @@ class CriteriaMatcher {
       jet::ExpressionOptions options;
       options.fields = &fields_;
       try {
-        select_ =
-            db_.Prepare("SELECT count(*) FROM r WHERE " + jet::TranslateCriteria(criteria, options));
+        select_ = db_.Prepare("SELECT count(*) FROM r WHERE " +
+                              jet::TranslateCriteria(criteria, options));
       } catch (const Error& error) {
         if (error.number() == e::kTooFewParameters) {
           Fail(e::kUnknownFieldInExpression, {std::string(criteria)});

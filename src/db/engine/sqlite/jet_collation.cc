@@ -33,18 +33,16 @@ class Collator {
     if (ascii_ok_ && IsAscii(a) && IsAscii(b)) return CompareAscii(a, b);
     if (!collator_) return vb::LCase(a).compare(vb::LCase(b));
     UErrorCode status = U_ZERO_ERROR;
-    UCollationResult r =
-        ucol_strcollUTF8(collator_, a.data(), static_cast<int32_t>(a.size()), b.data(),
-                         static_cast<int32_t>(b.size()), &status);
+    UCollationResult r = ucol_strcollUTF8(collator_, a.data(), static_cast<int32_t>(a.size()),
+                                          b.data(), static_cast<int32_t>(b.size()), &status);
     if (U_FAILURE(status)) return a.compare(b);
     return r == UCOL_LESS ? -1 : r == UCOL_GREATER ? 1 : 0;
   }
 
   int IcuCompare(std::string_view a, std::string_view b) const {
     UErrorCode status = U_ZERO_ERROR;
-    UCollationResult r =
-        ucol_strcollUTF8(collator_, a.data(), static_cast<int32_t>(a.size()), b.data(),
-                         static_cast<int32_t>(b.size()), &status);
+    UCollationResult r = ucol_strcollUTF8(collator_, a.data(), static_cast<int32_t>(a.size()),
+                                          b.data(), static_cast<int32_t>(b.size()), &status);
     return r == UCOL_LESS ? -1 : r == UCOL_GREATER ? 1 : 0;
   }
 
@@ -88,7 +86,8 @@ class Collator {
         ucol_close(primary);
         return;
       }
-      keys[static_cast<size_t>(c)] = std::string(reinterpret_cast<char*>(buf), static_cast<size_t>(n));
+      keys[static_cast<size_t>(c)] =
+          std::string(reinterpret_cast<char*>(buf), static_cast<size_t>(n));
     }
     ucol_close(primary);
     std::vector<std::string> distinct(keys.begin(), keys.end());
@@ -100,9 +99,8 @@ class Collator {
       bool ignorable = k.size() <= 1;
       rank_[static_cast<size_t>(c)] =
           ignorable ? 0
-                    : static_cast<uint16_t>(
-                          std::lower_bound(distinct.begin(), distinct.end(), k) - distinct.begin() +
-                          1);
+                    : static_cast<uint16_t>(std::lower_bound(distinct.begin(), distinct.end(), k) -
+                                            distinct.begin() + 1);
     }
     // The table must order as ICU does; check it on every pair of printable
     // characters and on texts made of them.

@@ -87,6 +87,22 @@ class BackendCatalog : public jet::Catalog {
   SqliteBackend* backend_;
 };
 
+// Runs f; SQL nested beyond what SQLite's parser holds is a syntax error in
+// the statement (the translator keeps to that, pass-through SQL need not).
+template <typename F>
+auto TooDeepIsSyntaxError(std::string_view sql, F f) -> decltype(f()) {
+  try {
+    return f();
+  } catch (const Error& error) {
+    const std::string& d = error.description();
+    if (error.number() == 3000 && (d.find("parser stack overflow") != std::string::npos ||
+                                   d.find("Expression tree is too large") != std::string::npos)) {
+      Fail(e::kSyntaxInQuery, {std::string(sql)});
+    }
+    throw;
+  }
+}
+
 }  // namespace
 
 namespace {
@@ -567,9 +583,11 @@ int64_t SqliteBackend::Execute(std::string_view sql, int32_t options) {
   // version alone until the commit: the next lookup compares versions.
   seen_valid_ = false;
   UserSql user(&user_sql_);
-  auto stmt = db_->PrepareOnce(text);
-  stmt->Run();
-  return db_->Changes();
+  return TooDeepIsSyntaxError(sql, [&] {
+    auto stmt = db_->PrepareOnce(text);
+    stmt->Run();
+    return db_->Changes();
+  });
 }
 
 std::unique_ptr<Cursor> SqliteBackend::OpenTable(std::string_view table, int type,
@@ -595,7 +613,9 @@ std::unique_ptr<Cursor> SqliteBackend::OpenQuery(std::string_view sql, int type,
   bool writable =
       !read_only_ && type == kOpenDynaset && !(options & kReadOnly) && !st.single_table.empty();
   UserSql user(&user_sql_);
-  return MakeQueryCursor(this, st.sql, writable ? st.single_table : "", st.column_types);
+  return TooDeepIsSyntaxError(sql, [&] {
+    return MakeQueryCursor(this, st.sql, writable ? st.single_table : "", st.column_types);
+  });
 }
 
 Variant SqliteBackend::Evaluate(std::string_view expression, int type) {

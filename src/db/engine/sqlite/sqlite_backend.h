@@ -11,8 +11,9 @@
 //   MSysProperties   user-defined properties of every object
 // The catalog's rules are kept by triggers and unique indexes that the
 // backend writes for each table, so they hold for any writer on any
-// connection. Texts compare without regard to case (COLLATE NOCASE); dates
-// are stored as "yyyy-mm-dd hh:nn:ss" texts; Booleans as -1 and 0.
+// connection. Texts compare in Jet's sort order (the collation qor_jet,
+// jet_collation.h); dates are stored as "yyyy-mm-dd hh:nn:ss" texts;
+// Booleans as -1 and 0.
 //
 // Files are opened in WAL mode so that readers never block writers; a
 // writer that meets another connection's open transaction fails at once

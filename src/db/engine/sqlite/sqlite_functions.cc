@@ -178,6 +178,10 @@ void Expr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     ResultError(ctx, error);
     return;
   }
+  if (static_cast<size_t>(argc - 1) < program->parameter_types.size()) {
+    sqlite3_result_error(ctx, "qor|5|qor_expr lacks values for its program", -1);
+    return;
+  }
   try {
     std::vector<Variant> values;
     values.reserve(static_cast<size_t>(argc - 1));
@@ -187,8 +191,8 @@ void Expr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
       values.push_back(Decode(argv[i], type));
     }
     Variant v = jet::Evaluate(*program->root, values);
-    Encode(ctx, jet::ConvertToType(v, program->result_type,
-                                   program->error_values || program->storage));
+    Encode(ctx,
+           jet::ConvertToType(v, program->result_type, program->error_values || program->storage));
   } catch (const Error& raised) {
     Error error = program->storage ? jet::StorageError(raised) : raised;
     if (program->error_values) {
@@ -324,8 +328,8 @@ void RegisterFunctions(sqlite3* db) {
   sqlite3_create_function_v2(db, "qor_like", 2, kDet, nullptr, &Like, nullptr, nullptr, nullptr);
   sqlite3_create_function_v2(db, "qor_first", 1, kDet, nullptr, nullptr, &PickStep<false>,
                              &PickFinal, nullptr);
-  sqlite3_create_function_v2(db, "qor_last", 1, kDet, nullptr, nullptr, &PickStep<true>,
-                             &PickFinal, nullptr);
+  sqlite3_create_function_v2(db, "qor_last", 1, kDet, nullptr, nullptr, &PickStep<true>, &PickFinal,
+                             nullptr);
   sqlite3_create_function_v2(db, "qor_stdev", 1, kDet, nullptr, nullptr, &SpreadStep,
                              &SpreadFinal<false, true>, nullptr);
   sqlite3_create_function_v2(db, "qor_stdevp", 1, kDet, nullptr, nullptr, &SpreadStep,
@@ -343,19 +347,32 @@ void RegisterFunctions(sqlite3* db) {
     bool deterministic;
   };
   static const Legacy kLegacy[] = {
-      {"qor_right", "Right", 2, true},         {"qor_instr", "InStr", 2, true},
-      {"qor_instr", "InStr", 3, true},         {"qor_val", "Val", 1, true},
-      {"qor_clng", "CLng", 1, true},           {"qor_cdbl", "CDbl", 1, true},
-      {"qor_cstr", "CStr", 1, true},           {"qor_int", "Int", 1, true},
-      {"qor_fix", "Fix", 1, true},             {"qor_sgn", "Sgn", 1, true},
-      {"qor_sqr", "Sqr", 1, true},             {"qor_space", "Space", 1, true},
-      {"qor_str", "Str", 1, true},             {"qor_strcomp", "StrComp", 2, true},
-      {"qor_strcomp", "StrComp", 3, true},     {"qor_isnumeric", "IsNumeric", 1, true},
-      {"qor_isdate", "IsDate", 1, true},       {"qor_cdate", "CDate", 1, true},
-      {"qor_date", "Date", 0, false},          {"qor_now", "Now", 0, false},
-      {"qor_time", "Time", 0, false},          {"qor_datepart", "DatePart", 2, true},
-      {"qor_weekday", "Weekday", 1, true},     {"qor_weekday", "Weekday", 2, true},
-      {"qor_dateserial", "DateSerial", 3, true}, {"qor_dateadd", "DateAdd", 3, true},
+      {"qor_right", "Right", 2, true},
+      {"qor_instr", "InStr", 2, true},
+      {"qor_instr", "InStr", 3, true},
+      {"qor_val", "Val", 1, true},
+      {"qor_clng", "CLng", 1, true},
+      {"qor_cdbl", "CDbl", 1, true},
+      {"qor_cstr", "CStr", 1, true},
+      {"qor_int", "Int", 1, true},
+      {"qor_fix", "Fix", 1, true},
+      {"qor_sgn", "Sgn", 1, true},
+      {"qor_sqr", "Sqr", 1, true},
+      {"qor_space", "Space", 1, true},
+      {"qor_str", "Str", 1, true},
+      {"qor_strcomp", "StrComp", 2, true},
+      {"qor_strcomp", "StrComp", 3, true},
+      {"qor_isnumeric", "IsNumeric", 1, true},
+      {"qor_isdate", "IsDate", 1, true},
+      {"qor_cdate", "CDate", 1, true},
+      {"qor_date", "Date", 0, false},
+      {"qor_now", "Now", 0, false},
+      {"qor_time", "Time", 0, false},
+      {"qor_datepart", "DatePart", 2, true},
+      {"qor_weekday", "Weekday", 1, true},
+      {"qor_weekday", "Weekday", 2, true},
+      {"qor_dateserial", "DateSerial", 3, true},
+      {"qor_dateadd", "DateAdd", 3, true},
       {"qor_datediff", "DateDiff", 3, true},
   };
   for (const Legacy& l : kLegacy) RegisterNamed(db, l.sql, l.vb, l.args, l.deterministic);
@@ -369,8 +386,8 @@ void RegisterFunctions(sqlite3* db) {
     sqlite3_create_function_v2(
         db, o.sql, 2, kDet, reinterpret_cast<void*>(o.op),
         [](sqlite3_context* ctx, int, sqlite3_value** argv) {
-          auto op = reinterpret_cast<Variant (*)(const Variant&, const Variant&)>(
-              sqlite3_user_data(ctx));
+          auto op =
+              reinterpret_cast<Variant (*)(const Variant&, const Variant&)>(sqlite3_user_data(ctx));
           Guarded(ctx, [&] { Encode(ctx, op(Natural(argv[0]), Natural(argv[1]))); });
         },
         nullptr, nullptr, nullptr);
