@@ -271,13 +271,21 @@ VarType VarTypeOf(int type) {
     case kSingle:
       return VarType::kSingle;
     case kDouble:
+    case kFloat:
+    case kNumeric:
+    case kDecimal:
+    case kBigInt:
       return VarType::kDouble;
     case kDate:
+    case kTime:
+    case kTimeStamp:
       return VarType::kDate;
     case kText:
     case kMemo:
+    case kChar:
+    case kGUID:
       return VarType::kString;
-    default:
+    default:  // binary values, kVariantType
       return VarType::kVariant;
   }
 }

@@ -39,7 +39,8 @@ bool ComparableNatively(int a, int b);
 // The type of a value that is one of two types (IIf's branches).
 int Unify(int a, int b);
 
-// The VB kind of a DAO type (for conversions); kVariant for kVariantType.
+// The VB kind a field of a DAO type holds (for conversions): server types
+// map to their nearest kind; kVariant for binary types and kVariantType.
 VarType VarTypeOf(int type);
 // The DAO type of a value's kind.
 int TypeOfValue(const Variant& v);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "db/engine/jet_types.h"
 #include "qorsupport/db/engine/engine.h"
 #include "qorsupport/frame/error.h"
 #include "qorsupport/frame/vb.h"
@@ -9,38 +10,6 @@
 namespace qor::dao {
 
 namespace {
-
-VarType KindOf(int type) {
-  switch (type) {
-    case kBoolean:
-      return VarType::kBoolean;
-    case kByte:
-      return VarType::kByte;
-    case kInteger:
-      return VarType::kInteger;
-    case kLong:
-      return VarType::kLong;
-    case kCurrency:
-      return VarType::kCurrency;
-    case kSingle:
-      return VarType::kSingle;
-    case kDouble:
-    case kFloat:
-    case kNumeric:
-    case kDecimal:
-    case kBigInt:
-      return VarType::kDouble;
-    case kDate:
-    case kTime:
-    case kTimeStamp:
-      return VarType::kDate;
-    case kBinary:
-    case kLongBinary:
-      return VarType::kVariant;
-    default:
-      return VarType::kString;
-  }
-}
 
 // Runs change on info, stores it through save, and puts info back when the
 // store refuses.
@@ -60,7 +29,7 @@ void ChangeStored(Info& info, Change change, Save save) {
 
 Variant CoerceToType(const Variant& value, int type) {
   if (value.IsNull() || value.IsEmpty()) return Variant::Null();
-  VarType kind = KindOf(type);
+  VarType kind = jet::VarTypeOf(type);
   if (kind == VarType::kVariant) return value;
   try {
     return vb::ConvertTo(value, kind);
