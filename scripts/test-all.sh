@@ -39,6 +39,6 @@ run_fuzz() {  # target seconds [extra arguments...]
   rm -rf "$corpus"
 }
 run_fuzz build/fuzz/fuzz/jet_sql_fuzz 60 -dict=fuzz/jet_sql.dict fuzz/corpus/jet_sql
-run_fuzz build/fuzz/fuzz/registry/export_file_fuzz 30 fuzz/registry/seeds/export_file
-run_fuzz build/fuzz/fuzz/registry/ini_fuzz 30 fuzz/registry/seeds/ini
+run_fuzz build/fuzz/fuzz/registry/export_file_fuzz 30 fuzz/corpus/export_file
+run_fuzz build/fuzz/fuzz/registry/ini_fuzz 30 fuzz/corpus/ini
 QT_QPA_PLATFORM=offscreen run_fuzz build/fuzz/fuzz/rtf/rtf_fuzz 60 -dict=fuzz/rtf/rtf.dict fuzz/rtf/seeds

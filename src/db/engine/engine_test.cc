@@ -367,7 +367,7 @@ TEST_F(EngineTest, RulesHoldForRecordsetsAndPlainSqlAlike) {
 
 // The catalog is the engine's: SQL from the user reads it but cannot
 // change it, in Jet SQL or passed through, while the catalog's own
-// triggers (counter seeds) keep working.
+// triggers (counters' next values) keep working.
 TEST_F(EngineTest, CatalogIsReadOnlyToUserSql) {
   EXPECT_DAO_ERROR(db_->Execute("DELETE FROM MSysObjects"), e::kReadOnly);
   EXPECT_DAO_ERROR(db_->Execute("UPDATE MSysColumns SET Size = 1"), e::kReadOnly);

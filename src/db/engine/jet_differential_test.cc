@@ -6,8 +6,9 @@
 // True.
 //
 // The generator knows each expression's type by Jet's rules as it builds
-// it. It is seeded: the seed is printed, and QOR_JET_DIFF_SEED repeats a
-// run (QOR_JET_DIFF_COUNT sets how many expressions).
+// it. Its random numbers come from a start value that is printed;
+// QOR_JET_DIFF_START repeats a run (QOR_JET_DIFF_COUNT sets how many
+// expressions).
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -97,7 +98,7 @@ VarType KindOf(int type) {
 
 class Generator {
  public:
-  explicit Generator(uint32_t seed) : rng_(seed) {}
+  explicit Generator(uint32_t start) : rng_(start) {}
 
   Expr Any(int depth) {
     switch (Pick(4)) {
@@ -472,13 +473,13 @@ bool SameValue(const Variant& a, const Variant& b) {
 }
 
 TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
-  uint32_t seed = static_cast<uint32_t>(
+  uint32_t start = static_cast<uint32_t>(
       std::chrono::steady_clock::now().time_since_epoch().count() & 0xffffffff);
-  if (const char* s = std::getenv("QOR_JET_DIFF_SEED")) seed = static_cast<uint32_t>(std::atoll(s));
+  if (const char* s = std::getenv("QOR_JET_DIFF_START")) start = static_cast<uint32_t>(std::atoll(s));
   int count = 20000;
   if (const char* c = std::getenv("QOR_JET_DIFF_COUNT")) count = std::atoi(c);
-  std::printf("jet differential test: seed %u, %d expressions (QOR_JET_DIFF_SEED=%u repeats)\n",
-              seed, count, seed);
+  std::printf("jet differential test: start %u, %d expressions (QOR_JET_DIFF_START=%u repeats)\n",
+              start, count, start);
   std::fflush(stdout);
 
   testing::TempDir dir;
@@ -501,7 +502,7 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       "#3/7/2003#, True)");
 
   auto dynaset = db->OpenRecordset("R", Long(kOpenDynaset));
-  Generator gen(seed);
+  Generator gen(start);
   int checked = 0, errors = 0, conditions = 0;
   for (int n = 0; n < count; ++n) {
     Expr e = gen.Any(1 + n % 4);
@@ -524,7 +525,7 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       query.error = error.number();
     }
     std::string where =
-        "SELECT " + e.text + "\n  seed " + std::to_string(seed) + ", #" + std::to_string(n);
+        "SELECT " + e.text + "\n  start " + std::to_string(start) + ", #" + std::to_string(n);
     if (direct.error || query.error) {
       EXPECT_EQ(query.error, direct.error) << where;
       ++errors;
@@ -548,7 +549,7 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
       }
       EXPECT_EQ(error, 0) << "WHERE " << e.text;
       bool truth = !direct.value.IsNull() && direct.value.AsBoolean();
-      EXPECT_EQ(selected, truth) << "WHERE " << e.text << "\n  seed " << seed;
+      EXPECT_EQ(selected, truth) << "WHERE " << e.text << "\n  start " << start;
       // And as a FindFirst criterion, whose literals are parameters.
       bool found = false;
       error = 0;
@@ -559,7 +560,7 @@ TEST(JetDifferential, QueriesAgreeWithTheVbRuntime) {
         error = raised.number();
       }
       EXPECT_EQ(error, 0) << "FindFirst " << e.text;
-      EXPECT_EQ(found, truth) << "FindFirst " << e.text << "\n  seed " << seed;
+      EXPECT_EQ(found, truth) << "FindFirst " << e.text << "\n  start " << start;
       ++conditions;
     }
     ++checked;

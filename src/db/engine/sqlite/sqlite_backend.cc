@@ -663,8 +663,9 @@ int64_t SqliteBackend::CopyRows(std::string_view source_table, std::string_view 
   for (const std::string& c : columns) list += (list.empty() ? "" : ", ") + QuoteName(c);
   const std::string from = copy_schema_ + "." + QuoteName(std::string(source_table));
   const std::string chunk = " WHERE rowid > ?1 ORDER BY rowid LIMIT " + std::to_string(kChunkRows);
-  // Counters: the trigger that moves a counter's seed on past each row
-  // written is set aside for the copy, and the seed moved once after it, in
+  // Counters: the trigger that moves a counter's next value on past each
+  // row written is set aside for the copy, and the next value moved once
+  // after it, in
   // the same transaction (so no other writer ever sees the table without
   // it), unless a source row lacks a value the trigger would give it.
   const TableInfo dest = Table(dest_table);
