@@ -14,16 +14,6 @@
 namespace qor::dao {
 namespace {
 
-#define EXPECT_DAO_ERROR(statement, expected)                     \
-  do {                                                            \
-    try {                                                         \
-      statement;                                                  \
-      ADD_FAILURE() << "no error from " #statement;               \
-    } catch (const Error& error) {                                \
-      EXPECT_EQ(error.number(), expected) << error.description(); \
-    }                                                             \
-  } while (0)
-
 std::string Repeat(std::string_view piece, int n) {
   std::string out;
   for (int i = 0; i < n; ++i) out += piece;
@@ -52,30 +42,39 @@ TEST_F(JetExprTest, DeepNestingIsANumberedErrorWhereverJetSqlEnters) {
   const std::string minus = Repeat("-", 35000) + "1";
   const std::string nots = Repeat("Not ", 87000) + "ID";
   for (const std::string& e : {deep, iifs, minus}) {
-    EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT " + e + " FROM T"), e::kSyntaxInQuery);
-    EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT * FROM T WHERE ID = " + e), e::kSyntaxInQuery);
-    EXPECT_DAO_ERROR(db_->Execute("UPDATE T SET ID = " + e), e::kSyntaxInQuery);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { db_->OpenRecordset("SELECT " + e + " FROM T"); }),
+              e::kSyntaxInQuery);
+    EXPECT_EQ(
+        testing::ErrorNumberOf([&] { db_->OpenRecordset("SELECT * FROM T WHERE ID = " + e); }),
+        e::kSyntaxInQuery);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { db_->Execute("UPDATE T SET ID = " + e); }),
+              e::kSyntaxInQuery);
     auto rs = db_->OpenRecordset("T", Long(kOpenDynaset));
-    EXPECT_DAO_ERROR(rs->FindFirst("ID = " + e), e::kSyntaxInCriteria);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { rs->FindFirst("ID = " + e); }), e::kSyntaxInCriteria);
     auto snap = db_->OpenRecordset("SELECT * FROM T", Long(kOpenSnapshot));
-    EXPECT_DAO_ERROR(snap->FindFirst("ID = " + e), e::kSyntaxInCriteria);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { snap->FindFirst("ID = " + e); }), e::kSyntaxInCriteria);
   }
-  EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT * FROM T WHERE " + nots), e::kSyntaxInQuery);
-  EXPECT_DAO_ERROR(db_->OpenRecordset(Repeat("SELECT * FROM (", 3000) + "T" + Repeat(")", 3000)),
-                   e::kSyntaxInQuery);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { db_->OpenRecordset("SELECT * FROM T WHERE " + nots); }),
+            e::kSyntaxInQuery);
+  EXPECT_EQ(testing::ErrorNumberOf([&] {
+              db_->OpenRecordset(Repeat("SELECT * FROM (", 3000) + "T" + Repeat(")", 3000));
+            }),
+            e::kSyntaxInQuery);
 
   // A validation rule, a default value and a stored query.
   auto t = db_->CreateTableDef("U");
   auto f = t->CreateField("X", Long(kLong));
   f->SetValidationRule("> " + deep);
   t->GetFields()->Append(f);
-  EXPECT_DAO_ERROR(db_->GetTableDefs()->Append(t), e::kSyntaxInQuery);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { db_->GetTableDefs()->Append(t); }), e::kSyntaxInQuery);
   auto t2 = db_->CreateTableDef("V");
   auto g = t2->CreateField("X", Long(kLong));
   g->SetDefaultValue(minus);
   t2->GetFields()->Append(g);
-  EXPECT_DAO_ERROR(db_->GetTableDefs()->Append(t2), e::kSyntaxInQuery);
-  EXPECT_DAO_ERROR(db_->CreateQueryDef("Q", "SELECT * FROM T WHERE " + iifs), e::kSyntaxInQuery);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { db_->GetTableDefs()->Append(t2); }), e::kSyntaxInQuery);
+  EXPECT_EQ(
+      testing::ErrorNumberOf([&] { db_->CreateQueryDef("Q", "SELECT * FROM T WHERE " + iifs); }),
+      e::kSyntaxInQuery);
 }
 
 Variant D(int y, int m, int d) {
@@ -330,11 +329,15 @@ TEST_F(OrdersTest, UniqueIndexesCompareAsJet) {
   ix->GetFields()->Append(ix->CreateField("Customer"));
   ix->SetUnique(true);
   t->GetIndexes()->Append(ix);
-  EXPECT_DAO_ERROR(db_->Execute("INSERT INTO Orders (OrderID, Customer) VALUES (9, 'PAVLOVA')"),
-                   e::kDuplicate);
+  EXPECT_EQ(testing::ErrorNumberOf([&] {
+              db_->Execute("INSERT INTO Orders (OrderID, Customer) VALUES (9, 'PAVLOVA')");
+            }),
+            e::kDuplicate);
   db_->Execute("INSERT INTO Orders (OrderID, Customer) VALUES (9, 'Pate')");  // accents count
-  EXPECT_DAO_ERROR(db_->Execute("INSERT INTO Orders (OrderID, Customer) VALUES (10, 'PÂTÉ')"),
-                   e::kDuplicate);
+  EXPECT_EQ(testing::ErrorNumberOf([&] {
+              db_->Execute("INSERT INTO Orders (OrderID, Customer) VALUES (10, 'PÂTÉ')");
+            }),
+            e::kDuplicate);
 }
 
 TEST_F(OrdersTest, YesNoStoresMinusOneForAnyNonZero) {
@@ -353,26 +356,33 @@ TEST_F(OrdersTest, YesNoStoresMinusOneForAnyNonZero) {
 }
 
 TEST_F(OrdersTest, ErrorsAreJets) {
-  EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT Qty + FROM Orders"), e::kSyntaxInQuery);
-  EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT Frob(Qty) FROM Orders"), e::kUndefinedFunction);
-  EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT Nope FROM Orders"), e::kTooFewParameters);
-  EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT * FROM Orders WHERE Customer = 5"),
-                   e::kCriteriaMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { db_->OpenRecordset("SELECT Qty + FROM Orders"); }),
+            e::kSyntaxInQuery);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { db_->OpenRecordset("SELECT Frob(Qty) FROM Orders"); }),
+            e::kUndefinedFunction);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { db_->OpenRecordset("SELECT Nope FROM Orders"); }),
+            e::kTooFewParameters);
+  EXPECT_EQ(testing::ErrorNumberOf(
+                [&] { db_->OpenRecordset("SELECT * FROM Orders WHERE Customer = 5"); }),
+            e::kCriteriaMismatch);
   auto rs = db_->OpenRecordset("Orders", Long(kOpenDynaset));
-  EXPECT_DAO_ERROR(rs->FindFirst("OrderID = 'x'"), e::kCriteriaMismatch);
-  EXPECT_DAO_ERROR(rs->FindFirst("Nope = 1"), e::kUnknownFieldInExpression);
-  EXPECT_DAO_ERROR(rs->FindFirst("OrderID = (1"), e::kSyntaxInCriteria);
-  EXPECT_DAO_ERROR(One("CLng(\"abc\")"), err::kTypeMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { rs->FindFirst("OrderID = 'x'"); }), e::kCriteriaMismatch);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { rs->FindFirst("Nope = 1"); }),
+            e::kUnknownFieldInExpression);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { rs->FindFirst("OrderID = (1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { One("CLng(\"abc\")"); }), err::kTypeMismatch);
   // An error in one row's value surfaces when that row is read.
   auto q = db_->OpenRecordset(
       "SELECT OrderID, 10 / (OrderID - 2) AS R FROM Orders ORDER BY OrderID", Long(kOpenSnapshot));
   EXPECT_EQ(q->FieldValue(1), Variant(-10.0));
   q->MoveNext();
-  EXPECT_DAO_ERROR(q->FieldValue(1), 11);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { q->FieldValue(1); }), 11);
   q->MoveNext();
   EXPECT_EQ(q->FieldValue(1), Variant(10.0));
   // In a condition it stops the statement.
-  EXPECT_DAO_ERROR(db_->OpenRecordset("SELECT * FROM Orders WHERE 10 / (OrderID - 2) > 1"), 11);
+  EXPECT_EQ(testing::ErrorNumberOf(
+                [&] { db_->OpenRecordset("SELECT * FROM Orders WHERE 10 / (OrderID - 2) > 1"); }),
+            11);
 }
 
 TEST_F(OrdersTest, WritesConvertToTheFieldsType) {
@@ -386,8 +396,9 @@ TEST_F(OrdersTest, WritesConvertToTheFieldsType) {
   EXPECT_EQ(rs->FieldValue(1), Variant(Currency{12346}));
   EXPECT_EQ(rs->FieldValue(2), Variant("3/7/2003"));
   EXPECT_EQ(rs->FieldValue(3), D(2003, 3, 8));
-  EXPECT_DAO_ERROR(db_->Execute("UPDATE Orders SET Qty = 40000 WHERE OrderID = 4"),
-                   e::kNumericOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf(
+                [&] { db_->Execute("UPDATE Orders SET Qty = 40000 WHERE OrderID = 4"); }),
+            e::kNumericOverflow);
 }
 
 TEST_F(OrdersTest, RulesAndDefaultsAreTyped) {
@@ -409,10 +420,12 @@ TEST_F(OrdersTest, RulesAndDefaultsAreTyped) {
   EXPECT_EQ(rs->Value("Flag"), Variant(true));
   rs->GetFields()->Item("Name")->SetValue("ärger");
   rs->Update();
-  EXPECT_DAO_ERROR(db_->Execute("INSERT INTO Rules (When, Name) VALUES (#1/1/1999#, 'ab')"),
-                   e::kFieldRule);
-  EXPECT_DAO_ERROR(db_->Execute("INSERT INTO Rules (When, Name) VALUES (#1/1/2001#, '1b')"),
-                   e::kFieldRule);
+  EXPECT_EQ(testing::ErrorNumberOf(
+                [&] { db_->Execute("INSERT INTO Rules (When, Name) VALUES (#1/1/1999#, 'ab')"); }),
+            e::kFieldRule);
+  EXPECT_EQ(testing::ErrorNumberOf(
+                [&] { db_->Execute("INSERT INTO Rules (When, Name) VALUES (#1/1/2001#, '1b')"); }),
+            e::kFieldRule);
   db_->Execute("INSERT INTO Rules (Name) VALUES ('Bb')");
   EXPECT_EQ(Column("SELECT When FROM Rules WHERE Name = 'BB'"),
             (std::vector<Variant>{D(2003, 3, 7)}));

@@ -8,20 +8,12 @@
 #include "db/engine/sqlite/sqlite_functions.h"
 #include "qorsupport/db/engine/dao.h"
 #include "qorsupport/frame/error.h"
+#include "testing/test_util.h"
 
 namespace qor::dao::jet {
 namespace {
 
 std::string Where(std::string_view criteria) { return TranslateCriteria(criteria); }
-
-int ErrorOf(auto fn) {
-  try {
-    fn();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
-}
 
 TEST(JetSql, StringsNamesAndDates) {
   // Both quotes, doubled quotes inside, brackets with odd characters. Names
@@ -65,8 +57,8 @@ TEST(JetSql, Functions) {
             "(qor_expr('10:0:Left$(?1, 2)', \"a\") = qor_expr('10:0:Mid(?1, 2, 3)', \"b\") "
             "COLLATE qor_jet)");
   EXPECT_EQ(Where("Year(d) = 2003"), "(qor_expr('3:0:Year(?1)', \"d\") = 2003)");
-  EXPECT_EQ(ErrorOf([] { Where("Frobnicate(a) = 1"); }), e::kUndefinedFunction);
-  EXPECT_EQ(ErrorOf([] { Where("Left(a) = 1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("Frobnicate(a) = 1"); }), e::kUndefinedFunction);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("Left(a) = 1"); }), e::kSyntaxInCriteria);
   // Left(, Right( and Asc( are calls although LEFT, RIGHT and ASC are words
   // of a statement; InStr takes its compare argument.
   EXPECT_EQ(TranslateStatement("SELECT Left(\"abc\", 2), Right(a, 2), Asc(\"A\") FROM t "
@@ -108,22 +100,27 @@ TEST(JetSql, Statements) {
 }
 
 TEST(JetSql, SyntaxErrorsAreDaoErrors) {
-  EXPECT_EQ(ErrorOf([] { Where("[Code] = \"A1"); }), e::kSyntaxInCriteria);  // unbalanced quote
-  EXPECT_EQ(ErrorOf([] { Where("[Code] = \"A\"1\""); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([] { Where("[Code = 1"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([] { Where("d = #13/45/2003#"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([] { Where("a = (1"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([] { Where(""); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("[Code] = \"A1"); }),
+            e::kSyntaxInCriteria);  // unbalanced quote
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("[Code] = \"A\"1\""); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("[Code = 1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("d = #13/45/2003#"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("a = (1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where(""); }), e::kSyntaxInCriteria);
   // Found by the fuzzer: t.* with an alias, an alias on a parenthesized
   // table, a NUL inside a string (which would cut the SQL short).
-  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT t.* AS c FROM t"); }), e::kSyntaxSelect);
-  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT * FROM (d) x"); }), e::kSyntaxFrom);
-  EXPECT_EQ(ErrorOf([] { Where("t!* = 1"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([] { Where(std::string("a = 'x\0y'", 10)); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELEC * FROM t"); }), e::kInvalidSql);
-  EXPECT_EQ(ErrorOf([] { TranslateStatement("SELECT * FROM"); }), e::kSyntaxFrom);
-  EXPECT_EQ(ErrorOf([] { TranslateStatement("INSERT t VALUES (1)"); }), e::kSyntaxInsert);
-  EXPECT_EQ(ErrorOf([] { TranslateStatement("UPDATE t a = 1"); }), e::kSyntaxUpdate);
+  EXPECT_EQ(testing::ErrorNumberOf([] { TranslateStatement("SELECT t.* AS c FROM t"); }),
+            e::kSyntaxSelect);
+  EXPECT_EQ(testing::ErrorNumberOf([] { TranslateStatement("SELECT * FROM (d) x"); }),
+            e::kSyntaxFrom);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where("t!* = 1"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { Where(std::string("a = 'x\0y'", 10)); }),
+            e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([] { TranslateStatement("SELEC * FROM t"); }), e::kInvalidSql);
+  EXPECT_EQ(testing::ErrorNumberOf([] { TranslateStatement("SELECT * FROM"); }), e::kSyntaxFrom);
+  EXPECT_EQ(testing::ErrorNumberOf([] { TranslateStatement("INSERT t VALUES (1)"); }),
+            e::kSyntaxInsert);
+  EXPECT_EQ(testing::ErrorNumberOf([] { TranslateStatement("UPDATE t a = 1"); }), e::kSyntaxUpdate);
   try {
     TranslateStatement("SELECT * FROM t WHERE a = = 1");
     FAIL();
@@ -146,15 +143,18 @@ TEST(JetSql, NestingIsLimitedNotACrash) {
   const int n = 100000;
   std::string parens = Repeat("(", n) + "1" + Repeat(")", n) + " = 1";
   std::string iifs = Repeat("IIf(a, ", n) + "1" + Repeat(", 2)", n) + " = 1";
-  EXPECT_EQ(ErrorOf([&] { Where(parens); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([&] { Where(iifs); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([&] { Where("a = " + Repeat("-", n) + "1"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([&] { Where("a = " + Repeat("+-", n) + "1"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([&] { Where(Repeat("Not ", n) + "a"); }), e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([&] { Where("a In (" + Repeat("(SELECT b FROM t WHERE b In (", 5000)); }),
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where(parens); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where(iifs); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where("a = " + Repeat("-", n) + "1"); }),
             e::kSyntaxInCriteria);
-  EXPECT_EQ(ErrorOf([&] { TranslateExpression(parens); }), e::kSyntaxInQuery);
-  EXPECT_EQ(ErrorOf([&] {
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where("a = " + Repeat("+-", n) + "1"); }),
+            e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where(Repeat("Not ", n) + "a"); }), e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf(
+                [&] { Where("a In (" + Repeat("(SELECT b FROM t WHERE b In (", 5000)); }),
+            e::kSyntaxInCriteria);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { TranslateExpression(parens); }), e::kSyntaxInQuery);
+  EXPECT_EQ(testing::ErrorNumberOf([&] {
               TranslateExpression(">" + iifs, {"NEW.", "NEW.x"});
             }),
             e::kSyntaxInQuery);
@@ -165,9 +165,11 @@ TEST(JetSql, NestingIsLimitedNotACrash) {
     EXPECT_EQ(error.number(), e::kSyntaxInQuery);
     EXPECT_NE(error.description().find("'(((("), std::string::npos);
   }
-  EXPECT_EQ(ErrorOf([&] { TranslateStatement(Repeat("SELECT * FROM (", n)); }), e::kSyntaxInQuery);
-  EXPECT_EQ(ErrorOf([&] { TranslateStatement("SELECT * FROM " + Repeat("(", n) + "t"); }),
+  EXPECT_EQ(testing::ErrorNumberOf([&] { TranslateStatement(Repeat("SELECT * FROM (", n)); }),
             e::kSyntaxInQuery);
+  EXPECT_EQ(
+      testing::ErrorNumberOf([&] { TranslateStatement("SELECT * FROM " + Repeat("(", n) + "t"); }),
+      e::kSyntaxInQuery);
   // Nesting within the limit still translates.
   EXPECT_EQ(Where(Repeat("(", 50) + "a" + Repeat(")", 50) + " = 1"), "(\"a\" = 1)");
   EXPECT_EQ(Where("a = --1"), "(\"a\" = 1)");
@@ -197,10 +199,9 @@ TEST(JetSql, CostGrowsWithTheLength) {
   EXPECT_GT(Where(sum).size(), sum.size());
   EXPECT_GT(Where(concat).size(), concat.size());
   EXPECT_GT(TranslateStatement("SELECT " + sum.substr(4) + " FROM t").sql.size(), sum.size());
-  EXPECT_EQ(ErrorOf([&] { Where(Repeat("Not ", 150) + "a"); }), 0);
-  EXPECT_EQ(ErrorOf([&] { Where(signs); }), 0);
-  double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where(Repeat("Not ", 150) + "a"); }), 0);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { Where(signs); }), 0);
+  double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   // A guard against the quadratic cost coming back (minutes), not a speed
   // target: linear takes well under a second, about ten under the
   // sanitizers on a busy machine.
@@ -238,8 +239,8 @@ TEST(JetSql, CriteriaOfOneShapeShareTheirTranslation) {
               "((\"Code\" = ?2 COLLATE qor_jet) AND (\"Qty\" > ?3))");
     EXPECT_EQ(c, (std::vector<Variant>{Variant("K2"), Variant(2.5)}));
     std::vector<Variant> d;
-    EXPECT_EQ(ErrorOf([&] { translate("[Code] = 5", &d); }), e::kCriteriaMismatch);
-    EXPECT_EQ(ErrorOf([&] { translate("Nope = 5", &d); }), e::kTooFewParameters);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { translate("[Code] = 5", &d); }), e::kCriteriaMismatch);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { translate("Nope = 5", &d); }), e::kTooFewParameters);
     std::vector<Variant> f;
     EXPECT_EQ(translate("Qty + 1 > 3", &f), "(qor_expr('4:4,4:?1 + ?2', \"Qty\", ?2) > ?3)");
     EXPECT_EQ(f, (std::vector<Variant>{Long(1), Long(3)}));
