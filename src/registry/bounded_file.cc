@@ -215,10 +215,10 @@ FileError ReplaceFileText(const std::filesystem::path& path, std::string_view te
     // Name the unnamed file, then move it over.
     temp = (folder / (TempPrefix(path) + "XXXXXX")).string();
     std::string proc = "/proc/self/fd/" + std::to_string(fd.get());
-    unsigned seed = static_cast<unsigned>(::getpid()) * 2654435761u ^ static_cast<unsigned>(raw);
+    unsigned mix = static_cast<unsigned>(::getpid()) * 2654435761u ^ static_cast<unsigned>(raw);
     for (int attempt = 0;; ++attempt) {
       char suffix[16];
-      std::snprintf(suffix, sizeof suffix, "%06x", (seed + attempt * 40503u) & 0xFFFFFFu);
+      std::snprintf(suffix, sizeof suffix, "%06x", (mix + attempt * 40503u) & 0xFFFFFFu);
       std::string name = temp.substr(0, temp.size() - 6) + suffix;
       if (::linkat(AT_FDCWD, proc.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
         temp = name;
